@@ -1,0 +1,373 @@
+// The POSIX Env: files, temporary names, atomic replacement, free space.
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <thread>
+#include <vector>
+
+#include "platform/Env.h"
+#include "platform/posix/ErrorsPosix.h"
+#include "platform/posix/FilePosix.h"
+
+namespace n4 {
+
+std::unique_ptr<ChildProcess> StartPosixProcess(const std::vector<std::string>& argv, SysError* err);
+
+namespace {
+
+class Fd {
+ public:
+  explicit Fd(int fd = -1) : fd_(fd) {}
+  ~Fd() {
+    if (fd_ >= 0) close(fd_);
+  }
+  Fd(const Fd&) = delete;
+  Fd& operator=(const Fd&) = delete;
+  int get() const { return fd_; }
+  bool valid() const { return fd_ >= 0; }
+  int release() {
+    int fd = fd_;
+    fd_ = -1;
+    return fd;
+  }
+
+ private:
+  int fd_;
+};
+
+std::string ParentDirectory(const std::string& path) {
+  std::string dir = DirectoryOf(path);
+  return dir.empty() ? "." : dir;
+}
+
+std::string BaseName(const std::string& path) {
+  auto pos = path.find_last_of("/\\");
+  return pos == std::string::npos ? path : path.substr(pos + 1);
+}
+
+// Makes a rename inside dir durable.
+void SyncDirectory(const std::string& dir) {
+  Fd fd(open(dir.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (fd.valid()) fsync(fd.get());
+}
+
+bool WriteAll(int fd, const char* data, std::size_t size, SysError* err) {
+  while (size > 0) {
+    ssize_t n = write(fd, data, size);
+    if (n < 0) {
+      if (errno == EINTR) continue;
+      return FailErrno(err, errno);
+    }
+    data += n;
+    size -= static_cast<std::size_t>(n);
+  }
+  return true;
+}
+
+bool CopyContent(int from, int to, SysError* err) {
+  // In-kernel copy first (cheap, and a reflink on file systems that have them).
+  for (;;) {
+    ssize_t n = copy_file_range(from, nullptr, to, nullptr, std::size_t{1} << 30, 0);
+    if (n == 0) return true;
+    if (n > 0) continue;
+    if (errno == EINTR) continue;
+    if (errno == EXDEV || errno == ENOSYS || errno == EOPNOTSUPP || errno == EINVAL) break;
+    return FailErrno(err, errno);
+  }
+  std::vector<char> buffer(std::size_t{1} << 20);
+  for (;;) {
+    ssize_t n = read(from, buffer.data(), buffer.size());
+    if (n == 0) return true;
+    if (n < 0) {
+      if (errno == EINTR) continue;
+      return FailErrno(err, errno);
+    }
+    if (!WriteAll(to, buffer.data(), static_cast<std::size_t>(n), err)) return false;
+  }
+}
+
+// A new exclusive file beside `target`, for content that will be renamed over it.
+Fd CreateSibling(const std::string& target, std::string* path, SysError* err) {
+  std::string pattern = JoinPath(ParentDirectory(target), "." + BaseName(target) + ".XXXXXX");
+  std::vector<char> name(pattern.begin(), pattern.end());
+  name.push_back('\0');
+  int fd = mkostemp(name.data(), O_CLOEXEC);
+  if (fd < 0) FailErrno(err, errno);
+  else *path = name.data();
+  return Fd(fd);
+}
+
+// The mode a replacement should carry: the replaced file's, or the default
+// for new files.
+mode_t ReplacementMode(const std::string& target) {
+  struct stat st {};
+  if (stat(target.c_str(), &st) == 0) return st.st_mode & 07777;
+  mode_t mask = umask(0);
+  umask(mask);
+  return 0666 & ~mask;
+}
+
+class PosixFileLock final : public FileLock {
+ public:
+  explicit PosixFileLock(int fd) : fd_(fd) {}
+  ~PosixFileLock() override {
+    flock(fd_, LOCK_UN);
+    close(fd_);
+  }
+
+ private:
+  int fd_;
+};
+
+class PosixEnv final : public Env {
+ public:
+  std::unique_ptr<FileHandle> OpenFile(const std::string& path, FileAccess access, FileShare share,
+                                       FileDisposition disposition, SysError* err) override {
+    return OpenPosixFile(path, access, share, disposition, err);
+  }
+
+  bool GetTempDirectory(std::string* dir, SysError* err) override {
+    std::string tmp = GetEnvironmentVariable("TMPDIR");
+    if (tmp.empty()) tmp = "/tmp";
+    struct stat st {};
+    if (stat(tmp.c_str(), &st) != 0) return FailErrno(err, errno);
+    if (!S_ISDIR(st.st_mode)) return Fail(err, kErrPathNotFound);
+    if (tmp.back() != '/') tmp += '/';
+    *dir = tmp;
+    return true;
+  }
+
+  bool CreateTempFile(const std::string& dir, const std::string& prefix, std::string* path,
+                      SysError* err) override {
+    std::string pattern = JoinPath(dir, prefix + "XXXXXX.tmp");
+    std::vector<char> name(pattern.begin(), pattern.end());
+    name.push_back('\0');
+    Fd fd(mkostemps(name.data(), 4, O_CLOEXEC));
+    if (!fd.valid()) return FailErrno(err, errno);
+    *path = name.data();
+    return true;
+  }
+
+  bool ReplaceFile(const std::string& from, const std::string& to, SysError* err) override {
+    // As on Windows, a file that a reader keeps mapped, or that another
+    // editor holds, is not replaced under it.
+    if (DWORD blocker = ReplaceBlocker(to); blocker != kErrSuccess) return Fail(err, blocker);
+    struct stat target {};
+    if (stat(to.c_str(), &target) == 0 && (target.st_mode & 0222) == 0) {
+      return Fail(err, kErrAccessDenied);  // read-only files are not overwritten
+    }
+    Fd source(open(from.c_str(), O_RDONLY | O_CLOEXEC));
+    if (!source.valid()) return FailErrno(err, errno);
+    const mode_t mode = ReplacementMode(to);
+    const std::string dir = ParentDirectory(to);
+
+    // Same file system: sync the finished file and rename it into place.
+    struct stat src {};
+    struct stat dirStat {};
+    if (fstat(source.get(), &src) == 0 && stat(dir.c_str(), &dirStat) == 0 &&
+        src.st_dev == dirStat.st_dev) {
+      Fd writable(open(from.c_str(), O_RDWR | O_CLOEXEC));
+      if (writable.valid() && fsync(writable.get()) == 0 && fchmod(writable.get(), mode) == 0 &&
+          rename(from.c_str(), to.c_str()) == 0) {
+        SyncDirectory(dir);
+        return true;
+      }
+    }
+
+    // Otherwise copy beside the target, sync, and rename over it.
+    std::string sibling;
+    Fd out = CreateSibling(to, &sibling, err);
+    if (!out.valid()) return false;
+    bool ok = CopyContent(source.get(), out.get(), err);
+    if (ok && fchmod(out.get(), mode) != 0) ok = FailErrno(err, errno);
+    if (ok && fsync(out.get()) != 0) ok = FailErrno(err, errno);
+    if (ok && close(out.release()) != 0) ok = FailErrno(err, errno);
+    if (ok && rename(sibling.c_str(), to.c_str()) != 0) ok = FailErrno(err, errno);
+    if (!ok) {
+      unlink(sibling.c_str());
+      return false;
+    }
+    SyncDirectory(dir);
+    return true;
+  }
+
+  bool DeleteFile(const std::string& path, SysError* err) override {
+    if (unlink(path.c_str()) != 0) return FailErrno(err, errno);
+    return true;
+  }
+
+  bool RenameFile(const std::string& from, const std::string& to, SysError* err) override {
+    if (rename(from.c_str(), to.c_str()) != 0) return FailErrno(err, errno);
+    return true;
+  }
+
+  bool FileExists(const std::string& path) override {
+    struct stat st {};
+    return stat(path.c_str(), &st) == 0 && S_ISREG(st.st_mode);
+  }
+
+  bool DirectoryExists(const std::string& path) override {
+    struct stat st {};
+    return stat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
+  }
+
+  bool CreateDirectory(const std::string& path, SysError* err) override {
+    if (mkdir(path.c_str(), 0777) != 0) {
+      return errno == EEXIST ? Fail(err, kErrAlreadyExists) : FailErrno(err, errno);
+    }
+    return true;
+  }
+
+  bool GetFileSize(const std::string& path, std::uint64_t* size, SysError* err) override {
+    struct stat st {};
+    if (stat(path.c_str(), &st) != 0) return FailErrno(err, errno);
+    *size = static_cast<std::uint64_t>(st.st_size);
+    return true;
+  }
+
+  bool GetFileAttributes(const std::string& path, DWORD* attributes, SysError* err) override {
+    struct stat st {};
+    if (stat(path.c_str(), &st) != 0) return FailErrno(err, errno);
+    DWORD a = 0;
+    if (S_ISDIR(st.st_mode)) a |= FILE_ATTRIBUTE_DIRECTORY;
+    if ((st.st_mode & 0222) == 0) a |= FILE_ATTRIBUTE_READONLY;
+    *attributes = a ? a : FILE_ATTRIBUTE_NORMAL;
+    return true;
+  }
+
+  bool SetReadOnly(const std::string& path, bool readOnly, SysError* err) override {
+    struct stat st {};
+    if (stat(path.c_str(), &st) != 0) return FailErrno(err, errno);
+    mode_t mode = st.st_mode & 07777;
+    if (readOnly) {
+      mode &= ~mode_t{0222};
+    } else {
+      mode_t mask = umask(0);
+      umask(mask);
+      mode |= (0222 & ~mask) | S_IWUSR;
+    }
+    if (chmod(path.c_str(), mode) != 0) return FailErrno(err, errno);
+    return true;
+  }
+
+  bool ListDirectory(const std::string& path, std::vector<std::string>* names, SysError* err) override {
+    DIR* dir = opendir(path.c_str());
+    if (!dir) return FailErrno(err, errno);
+    names->clear();
+    while (dirent* entry = readdir(dir)) {
+      std::string name = entry->d_name;
+      if (name != "." && name != "..") names->push_back(std::move(name));
+    }
+    closedir(dir);
+    std::sort(names->begin(), names->end());
+    return true;
+  }
+
+  bool GetDiskFreeSpace(const std::string& root, DiskFreeSpace* space, SysError* err) override {
+    struct statvfs vfs {};
+    if (statvfs(root.c_str(), &vfs) != 0) return FailErrno(err, errno);
+    std::uint64_t unit = vfs.f_frsize ? vfs.f_frsize : vfs.f_bsize;
+    // Describe the file system in Windows terms: 512-byte sectors grouped
+    // into clusters of the file system's block size.
+    DWORD bytesPerSector = unit >= 512 ? 512 : static_cast<DWORD>(unit);
+    space->bytesPerSector = bytesPerSector;
+    space->sectorsPerCluster = static_cast<DWORD>(unit / bytesPerSector);
+    space->freeClusters = static_cast<DWORD>(std::min<std::uint64_t>(vfs.f_bavail, 0xFFFFFFFFu));
+    space->totalClusters = static_cast<DWORD>(std::min<std::uint64_t>(vfs.f_blocks, 0xFFFFFFFFu));
+    return true;
+  }
+
+  bool ReadWholeFile(const std::string& path, std::string* data, SysError* err) override {
+    Fd fd(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    if (!fd.valid()) return FailErrno(err, errno);
+    data->clear();
+    char buffer[65536];
+    for (;;) {
+      ssize_t n = read(fd.get(), buffer, sizeof buffer);
+      if (n == 0) return true;
+      if (n < 0) {
+        if (errno == EINTR) continue;
+        return FailErrno(err, errno);
+      }
+      data->append(buffer, static_cast<std::size_t>(n));
+    }
+  }
+
+  bool WriteFileAtomic(const std::string& path, const std::string& data, SysError* err) override {
+    const mode_t mode = ReplacementMode(path);
+    std::string sibling;
+    Fd out = CreateSibling(path, &sibling, err);
+    if (!out.valid()) return false;
+    bool ok = WriteAll(out.get(), data.data(), data.size(), err);
+    if (ok && fchmod(out.get(), mode) != 0) ok = FailErrno(err, errno);
+    if (ok && fsync(out.get()) != 0) ok = FailErrno(err, errno);
+    if (ok && close(out.release()) != 0) ok = FailErrno(err, errno);
+    if (ok && rename(sibling.c_str(), path.c_str()) != 0) ok = FailErrno(err, errno);
+    if (!ok) {
+      unlink(sibling.c_str());
+      return false;
+    }
+    SyncDirectory(ParentDirectory(path));
+    return true;
+  }
+
+  std::unique_ptr<FileLock> LockFile(const std::string& path, bool exclusive,
+                                     std::chrono::milliseconds timeout, SysError* err) override {
+    Fd fd(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666));
+    if (!fd.valid()) {
+      FailErrno(err, errno);
+      return nullptr;
+    }
+    const auto deadline = std::chrono::steady_clock::now() + timeout;
+    for (;;) {
+      if (flock(fd.get(), (exclusive ? LOCK_EX : LOCK_SH) | LOCK_NB) == 0) {
+        return std::make_unique<PosixFileLock>(fd.release());
+      }
+      if (errno != EWOULDBLOCK && errno != EINTR) {
+        FailErrno(err, errno);
+        return nullptr;
+      }
+      if (std::chrono::steady_clock::now() >= deadline) {
+        Fail(err, kErrTimeout);
+        return nullptr;
+      }
+      std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+  }
+
+  std::string GetEnvironmentVariable(const std::string& name) override {
+    const char* value = std::getenv(name.c_str());
+    return value ? value : "";
+  }
+
+  std::string GetExecutablePath() override {
+    std::vector<char> buffer(4096);
+    ssize_t n = readlink("/proc/self/exe", buffer.data(), buffer.size() - 1);
+    if (n <= 0) return "";
+    return std::string(buffer.data(), static_cast<std::size_t>(n));
+  }
+
+  char PathSeparator() const override { return '/'; }
+
+  std::unique_ptr<ChildProcess> StartProcess(const std::vector<std::string>& argv, SysError* err) override {
+    return StartPosixProcess(argv, err);
+  }
+
+  void SleepFor(std::chrono::milliseconds duration) override { std::this_thread::sleep_for(duration); }
+};
+
+}  // namespace
+
+Env* DefaultPlatformEnv() {
+  static PosixEnv env;
+  return &env;
+}
+
+}  // namespace n4

@@ -1,0 +1,218 @@
+#include "platform/posix/FilePosix.h"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+#include "platform/posix/ErrorsPosix.h"
+
+namespace n4 {
+
+namespace {
+
+// Lock bytes: each open holds a shared lock on the bytes that describe it, and
+// looks for other holders of the bytes that would conflict with it. The
+// offsets sit far beyond any file this library writes; advisory locks never
+// block reads or writes of the data itself.
+constexpr off_t kLockBase = off_t{0x7FFF0000} << 32;
+enum LockByte : off_t {
+  kHasRead = 0,
+  kHasWrite = 1,
+  kDeniesRead = 2,
+  kDeniesWrite = 3,
+  kMapped = 4,
+};
+
+#if defined(F_OFD_SETLK)
+constexpr int kSetLock = F_OFD_SETLK;
+constexpr int kGetLock = F_OFD_GETLK;
+#else
+// Process-associated locks: sharing is then enforced between processes only.
+constexpr int kSetLock = F_SETLK;
+constexpr int kGetLock = F_GETLK;
+#endif
+
+bool HoldShared(int fd, LockByte which) {
+  struct flock fl {};
+  fl.l_type = F_RDLCK;
+  fl.l_whence = SEEK_SET;
+  fl.l_start = kLockBase + which;
+  fl.l_len = 1;
+  return fcntl(fd, kSetLock, &fl) == 0;
+}
+
+// True when any other open of the file holds the byte.
+bool HeldByOthers(int fd, LockByte which) {
+  struct flock fl {};
+  fl.l_type = F_WRLCK;
+  fl.l_whence = SEEK_SET;
+  fl.l_start = kLockBase + which;
+  fl.l_len = 1;
+  if (fcntl(fd, kGetLock, &fl) != 0) return false;
+  return fl.l_type != F_UNLCK;
+}
+
+class PosixMappedView final : public MappedView {
+ public:
+  PosixMappedView(void* p, std::uint64_t size) {
+    data_ = static_cast<std::byte*>(p);
+    size_ = size;
+  }
+  ~PosixMappedView() override { munmap(data_, size_); }
+  bool Flush(SysError* err) override {
+    if (msync(data_, size_, MS_SYNC) != 0) return FailErrno(err, errno);
+    return true;
+  }
+};
+
+class PosixFileHandle final : public FileHandle {
+ public:
+  explicit PosixFileHandle(int fd) : fd_(fd) {}
+  ~PosixFileHandle() override { close(fd_); }
+
+  bool GetSize(std::uint64_t* size, SysError* err) override {
+    struct stat st {};
+    if (fstat(fd_, &st) != 0) return FailErrno(err, errno);
+    *size = static_cast<std::uint64_t>(st.st_size);
+    return true;
+  }
+
+  bool SetLength(std::uint64_t length, SysError* err) override {
+    if (ftruncate(fd_, static_cast<off_t>(length)) != 0) return FailErrno(err, errno);
+    return true;
+  }
+
+  std::unique_ptr<MappedView> Map(std::uint64_t size, bool writable, SysError* err) override {
+    std::uint64_t current = 0;
+    if (!GetSize(&current, err)) return nullptr;
+    if (size == 0) {
+      Fail(err, kErrFileInvalid);  // Windows refuses to map nothing the same way
+      return nullptr;
+    }
+    if (size > current) {
+      if (!writable) {
+        Fail(err, kErrInvalidParameter);
+        return nullptr;
+      }
+      // Reserve the blocks now: a full disk then fails here with an error
+      // instead of killing the process when a mapped page is first written.
+      int rc = posix_fallocate(fd_, static_cast<off_t>(current), static_cast<off_t>(size - current));
+      if (rc == EOPNOTSUPP || rc == EINVAL) {
+        if (ftruncate(fd_, static_cast<off_t>(size)) != 0) rc = errno;
+        else rc = 0;
+      }
+      if (rc != 0) {
+        FailErrno(err, rc);
+        // Leave the file as it was.
+        if (ftruncate(fd_, static_cast<off_t>(current)) != 0) { /* already failing */ }
+        return nullptr;
+      }
+    }
+    int prot = PROT_READ | (writable ? PROT_WRITE : 0);
+    void* p = mmap(nullptr, size, prot, MAP_SHARED, fd_, 0);
+    if (p == MAP_FAILED) {
+      FailErrno(err, errno);
+      return nullptr;
+    }
+    return std::make_unique<PosixMappedView>(p, size);
+  }
+
+  bool GetInformation(BY_HANDLE_FILE_INFORMATION* info, SysError* err) override {
+    struct stat st {};
+    if (fstat(fd_, &st) != 0) return FailErrno(err, errno);
+    *info = {};
+    DWORD attributes = 0;
+    if (S_ISDIR(st.st_mode)) attributes |= FILE_ATTRIBUTE_DIRECTORY;
+    if ((st.st_mode & 0222) == 0) attributes |= FILE_ATTRIBUTE_READONLY;
+    info->dwFileAttributes = attributes ? attributes : FILE_ATTRIBUTE_NORMAL;
+    info->ftCreationTime = ToFileTime(st.st_ctim);
+    info->ftLastAccessTime = ToFileTime(st.st_atim);
+    info->ftLastWriteTime = ToFileTime(st.st_mtim);
+    info->dwVolumeSerialNumber = static_cast<DWORD>(st.st_dev);
+    info->nFileSizeHigh = static_cast<DWORD>(static_cast<std::uint64_t>(st.st_size) >> 32);
+    info->nFileSizeLow = static_cast<DWORD>(st.st_size);
+    info->nNumberOfLinks = static_cast<DWORD>(st.st_nlink);
+    info->nFileIndexHigh = static_cast<DWORD>(static_cast<std::uint64_t>(st.st_ino) >> 32);
+    info->nFileIndexLow = static_cast<DWORD>(st.st_ino);
+    return true;
+  }
+
+  bool Sync(SysError* err) override {
+    if (fsync(fd_) != 0) return FailErrno(err, errno);
+    return true;
+  }
+
+  void MarkMapped() override { HoldShared(fd_, kMapped); }
+
+ private:
+  // 100-nanosecond intervals since 1601-01-01, as Windows counts file times.
+  static FILETIME ToFileTime(const timespec& ts) {
+    constexpr std::uint64_t kEpochDelta = 11644473600ULL;
+    std::uint64_t t = (static_cast<std::uint64_t>(ts.tv_sec) + kEpochDelta) * 10000000ULL +
+                      static_cast<std::uint64_t>(ts.tv_nsec) / 100;
+    return FILETIME{static_cast<DWORD>(t), static_cast<DWORD>(t >> 32)};
+  }
+
+  int fd_;
+};
+
+}  // namespace
+
+std::unique_ptr<FileHandle> OpenPosixFile(const std::string& path, FileAccess access, FileShare share,
+                                          FileDisposition disposition, SysError* err) {
+  int flags = O_CLOEXEC | (access == FileAccess::ReadWrite ? O_RDWR : O_RDONLY);
+  // Never truncate before the sharing check: the file may be in use.
+  if (disposition == FileDisposition::CreateAlways) flags |= O_CREAT;
+  int fd = open(path.c_str(), flags, 0666);
+  if (fd < 0) {
+    FailErrno(err, errno);
+    return nullptr;
+  }
+  struct stat st {};
+  if (fstat(fd, &st) != 0 || S_ISDIR(st.st_mode)) {
+    int e = S_ISDIR(st.st_mode) ? EISDIR : errno;
+    close(fd);
+    FailErrno(err, e);
+    return nullptr;
+  }
+
+  const bool writes = access == FileAccess::ReadWrite;
+  const bool deniesRead = share == FileShare::None;
+  const bool deniesWrite = share != FileShare::ReadWrite;
+
+  // Announce this open first, then look for conflicts: of two opens racing,
+  // both may fail, but never both succeed.
+  bool held = HoldShared(fd, kHasRead) && (!writes || HoldShared(fd, kHasWrite)) &&
+              (!deniesRead || HoldShared(fd, kDeniesRead)) &&
+              (!deniesWrite || HoldShared(fd, kDeniesWrite));
+  bool conflict = HeldByOthers(fd, kDeniesRead) || (writes && HeldByOthers(fd, kDeniesWrite)) ||
+                  (deniesRead && HeldByOthers(fd, kHasRead)) ||
+                  (deniesWrite && HeldByOthers(fd, kHasWrite));
+  if (!held || conflict) {
+    close(fd);
+    Fail(err, kErrSharingViolation);
+    return nullptr;
+  }
+  if (disposition == FileDisposition::CreateAlways && ftruncate(fd, 0) != 0) {
+    int e = errno;
+    close(fd);
+    FailErrno(err, e);
+    return nullptr;
+  }
+  return std::make_unique<PosixFileHandle>(fd);
+}
+
+DWORD ReplaceBlocker(const std::string& path) {
+  int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0) return kErrSuccess;
+  DWORD result = kErrSuccess;
+  if (HeldByOthers(fd, kMapped)) result = kErrUserMappedFile;
+  else if (HeldByOthers(fd, kDeniesWrite)) result = kErrSharingViolation;
+  close(fd);
+  return result;
+}
+
+}  // namespace n4

@@ -1,0 +1,75 @@
+#include <cstdint>
+#include <cstring>
+
+#include "n4file/RiffFile.h"
+#include "util/ByteOrder.h"
+
+std::unique_ptr<CN4RiffChunk> CRuntimeClass::CreateObject() const {
+  return m_pfnCreateObject ? m_pfnCreateObject() : nullptr;
+}
+
+N4_IMPLEMENT_DYNCREATE(CN4RiffChunk)
+
+void* CN4RiffChunk::AppendToFile(CN4RiffFile*) { return nullptr; }
+
+void* CN4RiffChunk::CopyEx(void* dest, int, int) {
+  if (!dest || !m_Chunk.pChunk) return dest;
+  std::memcpy(dest, m_Chunk.pChunk, 8 + static_cast<std::size_t>(GetSize()));
+  return NextChunkPtr(dest);
+}
+
+void* CN4RiffChunk::AttachToFile(void* chunk) { return ParseChunk(chunk, &m_Chunk); }
+
+void CN4RiffChunk::Rebase(std::byte*& p, void* newBase, void* oldBase) {
+  if (!p) return;
+  // Integer arithmetic: the two bases belong to different mappings.
+  auto delta = reinterpret_cast<std::uintptr_t>(newBase) - reinterpret_cast<std::uintptr_t>(oldBase);
+  p = reinterpret_cast<std::byte*>(reinterpret_cast<std::uintptr_t>(p) + delta);
+}
+
+void CN4RiffChunk::AdjustToNewBase(void* newBase, void* oldBase) {
+  Rebase(m_Chunk.pChunk, newBase, oldBase);
+  Rebase(m_Chunk.pSize, newBase, oldBase);
+  Rebase(m_Chunk.pData, newBase, oldBase);
+  Rebase(m_Chunk.pType, newBase, oldBase);
+}
+
+DWORD CN4RiffChunk::GetSize() const { return m_Chunk.pSize ? n4::ReadLE32(m_Chunk.pSize) : 0; }
+
+DWORD CN4RiffChunk::Type() const { return ChunkId(m_Chunk.pChunk); }
+
+int CN4RiffChunk::IsRiffChunk() const {
+  return m_Chunk.pChunk && n4::ReadLE32(m_Chunk.pChunk) == n4::kFourccRIFF;
+}
+
+int CN4RiffChunk::IsListChunk() const {
+  return m_Chunk.pChunk && n4::ReadLE32(m_Chunk.pChunk) == n4::kFourccLIST;
+}
+
+void* CN4RiffChunk::NextChunk() const { return NextChunkPtr(m_Chunk.pChunk); }
+
+void* CN4RiffChunk::FindSubChunk(DWORD code) const {
+  if (!IsRiffChunk() && !IsListChunk()) return nullptr;
+  // Sub-chunks must lie inside this chunk's body; a sub-chunk that claims to
+  // reach beyond it ends the walk.
+  const std::byte* bodyEnd = m_Chunk.pData - 4 + GetSize();
+  std::byte* p = m_Chunk.pData;
+  while (p < static_cast<std::byte*>(NextChunk()) && n4::ChunkFits(p, bodyEnd)) {
+    if (ChunkId(p) == code) return p;
+    p = static_cast<std::byte*>(NextChunkPtr(p));
+  }
+  return nullptr;
+}
+
+void* CN4RiffChunk::AppendToFile(CN4RiffFile* file, DWORD id, DWORD size, DWORD type) {
+  if (!file) return nullptr;
+  if ((id == n4::kFourccRIFF || id == n4::kFourccLIST) && size < 4) size = 4;
+  if (!file->GrowFile(ChunkBytesRequired(size))) return nullptr;
+  void* end = file->GetEnd();
+  if (!end) return nullptr;
+  WriteChunkHeader(end, id, size, type);
+  void* next = AttachToFile(end);
+  if (!next) return nullptr;
+  file->SetEnd(next);
+  return next;
+}

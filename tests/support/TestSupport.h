@@ -1,0 +1,49 @@
+// Helpers shared by the test programs: scratch directories, files, and child
+// processes that re-run the test program in a named mode.
+#pragma once
+
+#include <chrono>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/Env.h"
+
+namespace n4test {
+
+// A fresh directory removed with its content when destroyed.
+class TempDir {
+ public:
+  TempDir();
+  ~TempDir();
+  TempDir(const TempDir&) = delete;
+  TempDir& operator=(const TempDir&) = delete;
+  const std::string& path() const { return path_; }
+  std::string File(const std::string& name) const { return path_ + "/" + name; }
+  // Names of the entries, sorted.
+  std::vector<std::string> List() const;
+
+ private:
+  std::string path_;
+};
+
+std::string ReadFile(const std::string& path);
+void WriteFile(const std::string& path, const std::string& bytes);
+bool Exists(const std::string& path);
+// Polls until path exists; false on time-out.
+bool WaitForFile(const std::string& path, std::chrono::milliseconds timeout = std::chrono::seconds(20));
+
+// A child mode: the test program started as `program --n4-child=NAME args...`
+// runs the registered function instead of the tests and exits with its result.
+using ChildMain = int (*)(const std::vector<std::string>& args);
+struct ChildModeRegistrar {
+  ChildModeRegistrar(const char* name, ChildMain main);
+};
+std::unique_ptr<n4::ChildProcess> StartChild(const std::string& mode, const std::vector<std::string>& args);
+
+}  // namespace n4test
+
+#define N4_TEST_CHILD_MODE(name)                                                   \
+  static int name##_child_main(const std::vector<std::string>& args);              \
+  static const n4test::ChildModeRegistrar name##_registrar(#name, name##_child_main); \
+  static int name##_child_main([[maybe_unused]] const std::vector<std::string>& args)
