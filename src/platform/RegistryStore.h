@@ -1,0 +1,78 @@
+// The settings store behind CN4Registry: the Windows registry, or elsewhere a
+// file-backed store that behaves like it.
+//
+// The calls mirror the registry functions they stand for (RegOpenKeyExA, ...)
+// and return the same Windows error numbers, so the code above them is the
+// same on every platform. Text given and returned is 8-bit; the store keeps
+// text values in UTF-16 as the registry does and converts them, as the "A"
+// functions do.
+//
+// Keys are named by HKEY handles: the predefined roots HKEY_LOCAL_MACHINE and
+// HKEY_CURRENT_USER, or a handle returned by OpenKey or CreateKey, which stays
+// valid until CloseKey.
+//
+// Thread safety: all calls may be made from any thread; a handle may be used
+// by one thread at a time.
+#pragma once
+
+#include <string>
+
+#include "n4file/Types.h"
+
+namespace n4 {
+
+// Registry results beyond those in Errors.h, with their Windows numbers.
+constexpr LONG kRegSuccess = 0;
+constexpr LONG kRegNotFound = 2;  // no such key or value
+constexpr LONG kRegAccessDenied = 5;
+constexpr LONG kRegInvalidHandle = 6;
+constexpr LONG kRegInvalidParameter = 87;
+constexpr LONG kRegBadPathName = 161;
+constexpr LONG kRegMoreData = 234;
+constexpr LONG kRegBadDb = 1009;       // the store's file is damaged
+constexpr LONG kRegKeyDeleted = 1018;  // the open key has since been deleted
+
+// The access bits the store checks.
+constexpr DWORD kRegKeyQueryValue = 0x0001;
+constexpr DWORD kRegKeySetValue = 0x0002;
+
+class RegistryStore {
+ public:
+  virtual ~RegistryStore() = default;
+
+  // The store for this platform, or the one a test installed.
+  static RegistryStore* Default();
+
+  // Opens an existing key below `parent`; `subkey` is a "\"-separated path.
+  virtual LONG OpenKey(HKEY parent, const std::string& subkey, DWORD access, HKEY* result) = 0;
+  // Opens the key, creating it and any missing parents first (non-volatile).
+  virtual LONG CreateKey(HKEY parent, const std::string& subkey, DWORD access, HKEY* result) = 0;
+  virtual LONG CloseKey(HKEY key) = 0;
+
+  // As RegQueryValueExA. `name` "" is the default value. With `data` null only
+  // the type and the length (in *size) are reported. Otherwise *size is the
+  // capacity of data; when the value is longer, kRegMoreData is returned with
+  // the needed length in *size. `type` may be null.
+  virtual LONG QueryValue(HKEY key, const std::string& name, DWORD* type, BYTE* data,
+                          DWORD* size) = 0;
+  // As RegSetValueExA: stores `size` bytes of `data` as `type`.
+  virtual LONG SetValue(HKEY key, const std::string& name, DWORD type, const BYTE* data,
+                        DWORD size) = 0;
+};
+
+// Installs a store for the lifetime of this object (tests only; not thread-safe).
+class ScopedRegistryStore {
+ public:
+  explicit ScopedRegistryStore(RegistryStore* store);
+  ~ScopedRegistryStore();
+  ScopedRegistryStore(const ScopedRegistryStore&) = delete;
+  ScopedRegistryStore& operator=(const ScopedRegistryStore&) = delete;
+
+ private:
+  RegistryStore* previous_;
+};
+
+// The store of the platform being built, defined in posix/ or win32/.
+RegistryStore* PlatformRegistryStore();
+
+}  // namespace n4

@@ -1,0 +1,212 @@
+#include <gtest/gtest.h>
+
+#include "registry/RegFormat.h"
+#include "registry/Utf16.h"
+#include "RegistryTestEnv.h"
+
+namespace {
+
+using n4::RegKey;
+using n4::RegValue;
+
+const std::string kProduct = "HKEY_LOCAL_MACHINE\\SOFTWARE\\Korvandexa\\Lyrae4000\\V5.0";
+
+std::vector<std::string> Split(const std::string& path) {
+  std::vector<std::string> parts;
+  std::size_t start = 0;
+  while (true) {
+    std::size_t sep = path.find('\\', start);
+    parts.push_back(path.substr(start, sep - start));
+    if (sep == std::string::npos) return parts;
+    start = sep + 1;
+  }
+}
+
+const RegValue* Value(RegKey& top, const std::string& key, const std::string& name) {
+  RegKey* k = top.Find(Split(key));
+  return k != nullptr ? k->FindValue(name) : nullptr;
+}
+
+std::string Wide(const std::string& text) { return n4::Utf8ToUtf16Le(text); }
+std::string WideZ(const std::string& text) { return Wide(text) + std::string(2, '\0'); }
+
+void ExpectValue(RegKey& top, const std::string& key, const std::string& name, DWORD type,
+                 const std::string& data) {
+  SCOPED_TRACE(key + " : " + name);
+  const RegValue* v = Value(top, key, name);
+  ASSERT_NE(v, nullptr);
+  EXPECT_EQ(v->type, type);
+  EXPECT_EQ(v->data, data);
+}
+
+TEST(RegFormat, ReadsAWindowsExportWithEveryValueType) {
+  RegKey top;
+  std::string error;
+  ASSERT_TRUE(n4::ParseRegFile(n4test::ReadFile(n4test::FixturePath("windows-export.reg")), &top,
+                               &error))
+      << error;
+  const std::string files = kProduct + "\\File Locations";
+  const std::string signs = kProduct + "\\Sign Control";
+  ExpectValue(top, kProduct, "", REG_SZ, WideZ("Lyrae 4000"));
+  ExpectValue(top, files, "DataPath", REG_SZ, WideZ("D:\\N4000\\Data\\"));
+  ExpectValue(top, files, "Banner", REG_SZ, WideZ("say \"hi\" to \\\\server"));
+  ExpectValue(top, kProduct + "\\Français\\Date Names", "Month_Abbr8", REG_SZ, WideZ("août"));
+  ExpectValue(top, signs, "PollInterval", REG_DWORD, std::string("\xe8\x03\0\0", 4));
+  std::string table;
+  for (int b = 0; b < 256; b += 4) table += static_cast<char>(b);
+  ExpectValue(top, signs, "ColorTable", REG_BINARY, table);
+  ExpectValue(top, signs, "SearchPath", REG_EXPAND_SZ, WideZ("%SystemRoot%\\N4"));
+  ExpectValue(top, signs, "Servers", REG_MULTI_SZ, Wide(std::string("alpha\0beta\0\0", 12)));
+  ExpectValue(top, signs, "Counter", REG_QWORD, std::string("\1\0\0\0\0\0\0\0", 8));
+  ExpectValue(top, signs, "Empty", REG_SZ, WideZ(""));
+  ExpectValue(top, signs, "Nothing", REG_NONE, "");
+  // Names match without regard to case, as in the registry.
+  ExpectValue(top, "hkey_local_machine\\software\\KORVANDEXA\\lyrae4000\\v5.0\\grouping",
+              "DATABASE", REG_SZ, WideZ("Signs.mdb"));
+}
+
+TEST(RegFormat, WritesAWindowsExportBackByteForByte) {
+  const std::string original = n4test::ReadFile(n4test::FixturePath("windows-export.reg"));
+  RegKey top;
+  ASSERT_TRUE(n4::ParseRegFile(original, &top, nullptr));
+  EXPECT_EQ(n4::FormatRegFile(top), original);
+}
+
+TEST(RegFormat, ImportsARegedit4FileAsTheEditorWould) {
+  RegKey top;
+  std::string error;
+  ASSERT_TRUE(n4::ParseRegFile(n4test::ReadFile(n4test::FixturePath("regedit4-import.reg")), &top,
+                               &error))
+      << error;
+  const std::string files = "HKEY_LOCAL_MACHINE\\Software\\Korvandexa\\Lyrae4000\\V5.0\\File Locations";
+  const std::string signs = "HKEY_LOCAL_MACHINE\\Software\\Korvandexa\\Lyrae4000\\V5.0\\Signs";
+  ExpectValue(top, files, "DataPath", REG_SZ, WideZ("/srv/n4000/data/"));
+  // A later section of another spelling adds to the same key and deletes from it.
+  EXPECT_EQ(Value(top, files, "Obsolete"), nullptr);
+  ExpectValue(top, files, "ExePath", REG_SZ, WideZ("/opt/n4000/bin"));
+  EXPECT_EQ(top.Find(Split(files))->name(), "File Locations");
+  // 8-bit text types are widened to the UTF-16 the registry holds.
+  ExpectValue(top, files, "Path", REG_EXPAND_SZ, WideZ("%PATH%"));
+  ExpectValue(top, signs, "Count", REG_DWORD, std::string("\x2a\0\0\0", 4));
+  ExpectValue(top, signs, "Layout", REG_BINARY, "\1\2\3\4\5\6\7");
+  ExpectValue(top, signs, "", REG_SZ, WideZ("default"));
+  // Not UTF-8: the byte stands for its Latin-1 character.
+  ExpectValue(top, signs, "Label", REG_SZ, std::string("D\0\xe9\0c\0\0\0", 8));
+  EXPECT_EQ(top.Find(Split("HKEY_LOCAL_MACHINE\\Software\\Korvandexa\\Lyrae4000\\V5.0\\Stale")),
+            nullptr);
+
+  // Written in the current format, it reads back the same.
+  std::string written = n4::FormatRegFile(top);
+  RegKey again;
+  ASSERT_TRUE(n4::ParseRegFile(written, &again, &error)) << error;
+  EXPECT_EQ(n4::FormatRegText(again), n4::FormatRegText(top));
+  EXPECT_EQ(written.substr(0, 4), std::string("\xff\xfeW\0", 4));
+}
+
+TEST(RegFormat, EveryValueSurvivesAWriteAndRead) {
+  const std::vector<RegValue> values = {
+      {"plain", REG_SZ, WideZ("text")},
+      {"with \"quotes\" and \\", REG_SZ, WideZ("a \\\"b\"\\")},
+      {"line break", REG_SZ, WideZ("one\r\ntwo")},
+      {"no terminator", REG_SZ, Wide("abc")},
+      {"inner zero", REG_SZ, Wide(std::string("a\0b", 3)) + std::string(2, '\0')},
+      {"odd length", REG_SZ, std::string("a\0b", 3)},
+      {"empty text type", REG_SZ, ""},
+      {"short dword", REG_DWORD, "\1\2"},
+      {"dword", REG_DWORD, std::string("\xff\xee\xdd\xcc", 4)},
+      {"big endian", 5, std::string("\0\0\0\1", 4)},
+      {"long binary", REG_BINARY, std::string(1000, '\xa5')},
+      {"unknown type", 0x12345678, "xyz"},
+      {"surrogates", REG_SZ, WideZ("\xf0\x9f\x98\x80 \xed\xa0\x80")},
+      {"", REG_BINARY, ""},
+  };
+  RegKey top;
+  RegKey* key = top.Create(Split("HKEY_CURRENT_USER\\a\\b"), nullptr);
+  for (const auto& v : values) key->SetValue(v.name, v.type, v.data);
+  top.Create(Split("HKEY_CURRENT_USER\\empty key"), nullptr);
+
+  RegKey back;
+  std::string error;
+  ASSERT_TRUE(n4::ParseRegFile(n4::FormatRegFile(top), &back, &error)) << error;
+  for (const auto& v : values) ExpectValue(back, "HKEY_CURRENT_USER\\a\\b", v.name, v.type, v.data);
+  EXPECT_NE(back.Find(Split("HKEY_CURRENT_USER\\empty key")), nullptr);
+  // Keys that only lead somewhere are not listed; the others are.
+  const std::string text = n4::FormatRegText(top);
+  EXPECT_EQ(text.find("[HKEY_CURRENT_USER\\a]"), std::string::npos);
+  EXPECT_NE(text.find("[HKEY_CURRENT_USER\\empty key]"), std::string::npos);
+  // Every line fits the editor's 80 columns.
+  std::size_t start = 0;
+  while (start < text.size()) {
+    std::size_t end = text.find("\r\n", start);
+    EXPECT_LE(end - start, 80u) << text.substr(start, end - start);
+    start = end + 2;
+  }
+}
+
+TEST(RegFormat, RejectsDamagedFiles) {
+  const std::string head = "Windows Registry Editor Version 5.00\r\n\r\n[HKEY_CURRENT_USER\\k]\r\n";
+  const struct {
+    const char* what;
+    std::string bytes;
+  } cases[] = {
+      {"no header", "[HKEY_CURRENT_USER\\k]\r\n\"a\"=\"b\"\r\n"},
+      {"other header", "REGEDIT5\r\n"},
+      {"only blanks", "\r\n  \r\n"},
+      {"value before any key", "REGEDIT4\r\n\"a\"=\"b\"\r\n"},
+      {"unclosed key", "REGEDIT4\r\n[HKEY_CURRENT_USER\\k\r\n"},
+      {"empty key name", "REGEDIT4\r\n[HKEY_CURRENT_USER\\\\k]\r\n"},
+      {"unclosed value name", head + "\"a=\"b\"\r\n"},
+      {"unclosed text", head + "\"a\"=\"b\r\n"},
+      {"text after the text", head + "\"a\"=\"b\" c\r\n"},
+      {"no equals sign", head + "\"a\" \"b\"\r\n"},
+      {"bad hex byte", head + "\"a\"=hex:01,0g\r\n"},
+      {"three-digit byte", head + "\"a\"=hex:100\r\n"},
+      {"empty byte", head + "\"a\"=hex:01,,02\r\n"},
+      {"continued past the end", head + "\"a\"=hex:01,\\\r\n"},
+      {"long dword", head + "\"a\"=dword:123456789\r\n"},
+      {"empty dword", head + "\"a\"=dword:\r\n"},
+      {"bad type", head + "\"a\"=hex(x):00\r\n"},
+      {"unknown data", head + "\"a\"=qword:1\r\n"},
+      {"stray line", head + "junk\r\n"},
+      {"cut UTF-16", std::string("\xff\xfeR\0E\0G\0", 7)},
+      {"big-endian UTF-16", std::string("\xfe\xff\0R\0E", 6)},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    RegKey top;
+    std::string error;
+    EXPECT_FALSE(n4::ParseRegFile(c.bytes, &top, &error));
+    EXPECT_FALSE(error.empty());
+  }
+}
+
+TEST(RegFormat, AcceptsTheLooserFormsTheEditorAccepts) {
+  RegKey top;
+  std::string error;
+  // LF and lone CR line ends, a UTF-8 byte-order mark, a trailing comma,
+  // uppercase hex and a short dword.
+  ASSERT_TRUE(n4::ParseRegFile("\xef\xbb\xbfREGEDIT4\n[HKEY_CURRENT_USER\\k]\r\"a\"=hex:0A,ff,\n"
+                               "\"b\" = dword:7\n",
+                               &top, &error))
+      << error;
+  ExpectValue(top, "HKEY_CURRENT_USER\\k", "a", REG_BINARY, "\x0a\xff");
+  ExpectValue(top, "HKEY_CURRENT_USER\\k", "b", REG_DWORD, std::string("\7\0\0\0", 4));
+}
+
+TEST(Utf16, ConvertsBothWaysWithoutLoss) {
+  EXPECT_EQ(n4::Utf8ToUtf16Le("A\xc3\xa9"), std::string("A\0\xe9\0", 4));
+  // A character outside the basic plane becomes a surrogate pair and back.
+  const std::string smile = "\xf0\x9f\x98\x80";
+  const std::string pair("\x3d\xd8\x00\xde", 4);
+  EXPECT_EQ(n4::Utf8ToUtf16Le(smile), pair);
+  EXPECT_EQ(n4::Utf16LeToUtf8(pair), smile);
+  // A lone surrogate survives the trip through 8-bit text.
+  const std::string lone("\x3d\xd8" "a\0", 4);
+  EXPECT_EQ(n4::Utf8ToUtf16Le(n4::Utf16LeToUtf8(lone)), lone);
+  // Bytes that are not UTF-8 (a cut sequence, an overlong form) are Latin-1.
+  EXPECT_EQ(n4::Utf8ToUtf16Le("\xe9"), std::string("\xe9\0", 2));
+  EXPECT_EQ(n4::Utf8ToUtf16Le("\xc0\xaf"), std::string("\xc0\0\xaf\0", 4));
+  EXPECT_EQ(n4::Utf8ToUtf16Le("\xe2\x82"), std::string("\xe2\0\x82\0", 4));
+}
+
+}  // namespace
