@@ -43,7 +43,8 @@ bool ParseHexNumber(std::string_view s, std::size_t maxDigits, std::uint32_t* ou
 
 // The text of the file as 8-bit text: UTF-16LE files (marked by their
 // byte-order mark) are converted, 8-bit files are taken as they are.
-bool DecodeFile(std::string_view bytes, std::string* text, std::string* error) {
+bool DecodeFile(std::string_view bytes, std::string* text, bool* utf16, std::string* error) {
+  *utf16 = false;
   if (bytes.size() >= 2 && static_cast<unsigned char>(bytes[0]) == 0xFF &&
       static_cast<unsigned char>(bytes[1]) == 0xFE) {
     bytes.remove_prefix(2);
@@ -52,6 +53,7 @@ bool DecodeFile(std::string_view bytes, std::string* text, std::string* error) {
       return false;
     }
     *text = Utf16LeToUtf8(bytes);
+    *utf16 = true;
     return true;
   }
   if (bytes.size() >= 2 && static_cast<unsigned char>(bytes[0]) == 0xFE &&
@@ -66,8 +68,8 @@ bool DecodeFile(std::string_view bytes, std::string* text, std::string* error) {
 
 class Parser {
  public:
-  Parser(std::string_view text, RegKey* top, std::string* error)
-      : text_(text), top_(top), error_(error) {}
+  Parser(std::string_view text, bool machineWritten, RegKey* top, std::string* error)
+      : text_(text), machineWritten_(machineWritten), top_(top), error_(error) {}
 
   bool Run() {
     std::string_view line;
@@ -92,7 +94,12 @@ class Parser {
                                                                 : Fail("unrecognised line");
       if (!ok) return false;
     }
-    return sawHeader || Fail("empty file");
+    if (!sawHeader) return Fail("empty file");
+    // Editors end every line, so a UTF-16 file whose last line is open was cut short.
+    if (machineWritten_ && text_.back() != '\n' && text_.back() != '\r') {
+      return Fail("file ends inside a line");
+    }
+    return true;
   }
 
  private:
@@ -218,7 +225,9 @@ class Parser {
       list.pop_back();
       std::string_view next;
       if (!NextLine(&next)) return Fail("hex list continued past the end of the file");
-      list += Trim(next);
+      next = Trim(next);
+      if (next.empty()) return Fail("hex list continued onto an empty line");
+      list += next;
     }
     std::string_view rest = list;
     while (!rest.empty()) {
@@ -236,6 +245,7 @@ class Parser {
   }
 
   std::string_view text_;
+  bool machineWritten_;
   RegKey* top_;
   std::string* error_;
   std::size_t pos_ = 0;
@@ -329,8 +339,9 @@ void AppendKey(std::string& out, const RegKey& key, const std::string& parentPat
 
 bool ParseRegFile(std::string_view bytes, RegKey* top, std::string* error) {
   std::string text;
-  if (!DecodeFile(bytes, &text, error)) return false;
-  return Parser(text, top, error).Run();
+  bool utf16 = false;
+  if (!DecodeFile(bytes, &text, &utf16, error)) return false;
+  return Parser(text, utf16, top, error).Run();
 }
 
 std::string FormatRegText(const RegKey& top) {

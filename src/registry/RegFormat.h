@@ -20,7 +20,10 @@
 //
 // Anything else (no header, a line that is none of the above, a value outside
 // any key, a bad hex digit, an unclosed quote) makes the whole file unreadable:
-// ParseRegFile fails and says where.
+// ParseRegFile fails and says where. So do the marks of a file cut short: a hex
+// list continued onto an empty line or past the end, and a UTF-16 file (always
+// written by a program, which ends every line) whose last line has no line end.
+// Hand-written 8-bit files may omit the last line end.
 #pragma once
 
 #include <string>

@@ -168,7 +168,9 @@ TEST(RegFormat, RejectsDamagedFiles) {
       {"bad type", head + "\"a\"=hex(x):00\r\n"},
       {"unknown data", head + "\"a\"=qword:1\r\n"},
       {"stray line", head + "junk\r\n"},
+      {"continued onto a blank line", head + "\"a\"=hex:01,\\\r\n  \r\n\"b\"=\"c\"\r\n"},
       {"cut UTF-16", std::string("\xff\xfeR\0E\0G\0", 7)},
+      {"UTF-16 cut after a whole character", "\xff\xfe" + Wide(head + "\"a\"=\"b")},
       {"big-endian UTF-16", std::string("\xfe\xff\0R\0E", 6)},
   };
   for (const auto& c : cases) {
@@ -184,9 +186,9 @@ TEST(RegFormat, AcceptsTheLooserFormsTheEditorAccepts) {
   RegKey top;
   std::string error;
   // LF and lone CR line ends, a UTF-8 byte-order mark, a trailing comma,
-  // uppercase hex and a short dword.
+  // uppercase hex, a short dword and no line end at the end.
   ASSERT_TRUE(n4::ParseRegFile("\xef\xbb\xbfREGEDIT4\n[HKEY_CURRENT_USER\\k]\r\"a\"=hex:0A,ff,\n"
-                               "\"b\" = dword:7\n",
+                               "\"b\" = dword:7",
                                &top, &error))
       << error;
   ExpectValue(top, "HKEY_CURRENT_USER\\k", "a", REG_BINARY, "\x0a\xff");
