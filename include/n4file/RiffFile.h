@@ -291,6 +291,9 @@ class N4FILE_API CN4RiffFile : public CN4RiffChunk {
   int GrowFile(DWORD bytes);
   void* GetEnd() const { return m_pEnd; }
   int SetEnd(void* p);
+  // True when the bytes from p to the end of the mapping have never been
+  // written since the working file was created, and so still read as zero.
+  bool IsUnwrittenSpace(const void* p) const;
 
   // Header and INFO strings.
   tag_N4_RIFF_FILE_DATA* RiffHdr();
@@ -350,6 +353,7 @@ class N4FILE_API CN4RiffFile : public CN4RiffChunk {
   std::string m_strLastError;
   DWORD m_dwLastError = 0;
   std::vector<std::unique_ptr<CN4RiffChunk>> m_aObjects;
+  std::uint64_t m_qwHighWater = 0;  // offset past every byte ever written in the working file
 
  private:
   int CreateMappingForLength(std::uint64_t used);

@@ -34,8 +34,22 @@ class MappedView {
   virtual ~MappedView() = default;
   std::byte* data() const { return data_; }
   std::uint64_t size() const { return size_; }
-  // Writes dirty pages back to the file.
+  // Hands dirty pages back to the file (not necessarily to the disk).
   virtual bool Flush(SysError* err) = 0;
+  // Extends a writable mapping (and its file) to newSize, keeping the pages
+  // already mapped; the view may move. On failure the view is unchanged.
+  // kErrNotSupported: the platform cannot; unmap and map again instead.
+  virtual bool Grow(std::uint64_t newSize, SysError* err) {
+    (void)newSize;
+    return Fail(err, kErrNotSupported);
+  }
+  // A hint that [offset, offset + length) is about to be read or written
+  // whole: the pages are brought in at once instead of one fault at a time.
+  virtual void Populate(std::uint64_t offset, std::uint64_t length, bool forWrite) {
+    (void)offset;
+    (void)length;
+    (void)forWrite;
+  }
 
  protected:
   std::byte* data_ = nullptr;

@@ -67,7 +67,15 @@ void* CN4RiffChunk::AppendToFile(CN4RiffFile* file, DWORD id, DWORD size, DWORD 
   if (!file->GrowFile(ChunkBytesRequired(size))) return nullptr;
   void* end = file->GetEnd();
   if (!end) return nullptr;
-  WriteChunkHeader(end, id, size, type);
+  if (file->IsUnwrittenSpace(end)) {
+    // The body is zero already: write the header alone. Large appends then
+    // touch their pages once instead of twice.
+    n4::WriteLE32(end, id);
+    n4::WriteLE32(static_cast<std::byte*>(end) + 4, size);
+    if (id == n4::kFourccRIFF || id == n4::kFourccLIST) n4::WriteLE32(static_cast<std::byte*>(end) + 8, type);
+  } else {
+    WriteChunkHeader(end, id, size, type);
+  }
   void* next = AttachToFile(end);
   if (!next) return nullptr;
   file->SetEnd(next);

@@ -107,6 +107,7 @@ int CN4RiffFile::Open(const char* path, N4OpenFlags flags, DWORD formType) {
     RemoveAllObjects();
   } else {
     m_pEnd = m_pViewBase;
+    m_qwHighWater = 0;  // the working file was created empty
     if (!CN4RiffChunk::AppendToFile(this, n4::kFourccRIFF, 4, formType)) {
       Close();
       return 0;
@@ -197,7 +198,16 @@ void CN4RiffFile::SetMappingPageSize() { m_dwMappingPageSize = 65536; }
 int CN4RiffFile::SetEnd(void* p) {
   if (!p) return 0;
   m_pEnd = static_cast<std::byte*>(p);
+  if (m_pViewBase && m_pEnd > m_pViewBase) {
+    m_qwHighWater = std::max<std::uint64_t>(m_qwHighWater, static_cast<std::uint64_t>(m_pEnd - m_pViewBase));
+  }
   return 1;
+}
+
+bool CN4RiffFile::IsUnwrittenSpace(const void* p) const {
+  const auto* at = static_cast<const std::byte*>(p);
+  return m_bUsesTempFile && m_pViewBase && at >= m_pViewBase &&
+         static_cast<std::uint64_t>(at - m_pViewBase) >= m_qwHighWater;
 }
 
 void CN4RiffFile::DropMapping() {
@@ -218,21 +228,36 @@ int CN4RiffFile::GrowFile(DWORD bytes) {
   SetMappingPageSize();
   std::byte* oldBase = m_pViewBase;
   const DWORD oldSize = m_dwMappingSize;
-  m_pMapping.reset();
+  const std::uint64_t size = ((needed + 5) / m_dwMappingPageSize + 1) * m_dwMappingPageSize;
 
   int result = 1;
-  std::uint64_t size = ((needed + 5) / m_dwMappingPageSize + 1) * m_dwMappingPageSize;
-  if (size > 0xFFFFFFFFu || !CreateMappingForLength(size)) {
-    // Keep working with the old size; the append that asked reports failure.
+  n4::SysError& err = LastSysError();
+  if (size > 0xFFFFFFFFu) {
+    n4::Fail(&err, n4::kErrNotEnoughMemory);
+    GetLastErrorString();
     result = 0;
-    n4::SysError failure = LastSysError();
-    if (!CreateMappingForLength(oldSize)) {
-      DropMapping();
-      return 0;
+  } else if (m_pMapping->Grow(size, &err)) {
+    // Grown in place (or moved with its pages): nothing is mapped twice.
+    m_pViewBase = m_pMapping->data();
+    m_dwMappingSize = static_cast<DWORD>(size);
+  } else if (err.code != n4::kErrNotSupported) {
+    GetLastErrorString();  // the old mapping is still in place
+    result = 0;
+  } else {
+    m_pMapping.reset();
+    if (!CreateMappingForLength(size)) {
+      // Keep working with the old size; the append that asked reports failure.
+      result = 0;
+      n4::SysError failure = err;
+      if (!CreateMappingForLength(oldSize)) {
+        DropMapping();
+        return 0;
+      }
+      err = failure;
+      RecordError(failure.code, failure.text);
     }
-    LastSysError() = failure;
-    RecordError(failure.code, failure.text);
   }
+  if (result) m_pMapping->Populate(used, m_dwMappingSize - used, true);  // about to be appended to
   std::byte* newBase = m_pViewBase;
   CN4RiffChunk::AdjustToNewBase(newBase, oldBase);
   Rebase(m_pEnd, newBase, oldBase);

@@ -52,6 +52,7 @@ int CN4RiffFile::CopyToTemp() {
     GetLastErrorString();
     return 0;
   }
+  original->Populate(0, original->size(), false);
   std::byte* base = original->data();
   const std::byte* limit = base + original->size();
 
@@ -102,7 +103,7 @@ int CN4RiffFile::IsSpaceAvailable(const std::string& newFile) {
     // Paths without backslashes (POSIX paths) are checked against the file
     // system of their directory.
     root = n4::DirectoryOf(path);
-    if (root.empty()) root = ".";
+    if (root.empty()) root.assign(1, '.');
   }
 
   n4::DiskFreeSpace space;
@@ -156,6 +157,7 @@ int CN4RiffFile::Update() {
     return discard();
   }
 
+  view->Populate(0, UsedBytes(), true);
   std::byte* start = view->data();
   const std::byte* limit = start + view->size();
   WriteChunkHeader(start, n4::kFourccRIFF, 4, Type());

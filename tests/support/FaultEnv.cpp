@@ -4,6 +4,32 @@ namespace n4test {
 
 namespace {
 
+// Fails growth beyond the environment's limit; everything else is the real view.
+class FaultMappedView final : public n4::MappedView {
+ public:
+  FaultMappedView(std::unique_ptr<n4::MappedView> target, FaultEnv* env) : target_(std::move(target)), env_(env) {
+    Sync();
+  }
+  bool Flush(n4::SysError* err) override { return target_->Flush(err); }
+  bool Grow(std::uint64_t newSize, n4::SysError* err) override {
+    if (env_->failMapAbove && newSize > env_->failMapAbove) return n4::Fail(err, env_->mapFailure);
+    bool ok = target_->Grow(newSize, err);
+    Sync();
+    return ok;
+  }
+  void Populate(std::uint64_t offset, std::uint64_t length, bool forWrite) override {
+    target_->Populate(offset, length, forWrite);
+  }
+
+ private:
+  void Sync() {
+    data_ = target_->data();
+    size_ = target_->size();
+  }
+  std::unique_ptr<n4::MappedView> target_;
+  FaultEnv* env_;
+};
+
 class FaultFileHandle final : public n4::FileHandle {
  public:
   FaultFileHandle(std::unique_ptr<n4::FileHandle> target, FaultEnv* env) : target_(std::move(target)), env_(env) {}
@@ -14,7 +40,9 @@ class FaultFileHandle final : public n4::FileHandle {
       n4::Fail(err, env_->mapFailure);
       return nullptr;
     }
-    return target_->Map(size, writable, err);
+    auto view = target_->Map(size, writable, err);
+    if (!view) return nullptr;
+    return std::make_unique<FaultMappedView>(std::move(view), env_);
   }
   bool GetInformation(BY_HANDLE_FILE_INFORMATION* info, n4::SysError* err) override {
     return target_->GetInformation(info, err);

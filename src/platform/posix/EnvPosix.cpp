@@ -95,7 +95,9 @@ bool CopyContent(int from, int to, SysError* err) {
 
 // A new exclusive file beside `target`, for content that will be renamed over it.
 Fd CreateSibling(const std::string& target, std::string* path, SysError* err) {
-  std::string pattern = JoinPath(ParentDirectory(target), "." + BaseName(target) + ".XXXXXX");
+  std::string leaf(1, '.');
+  leaf.append(BaseName(target)).append(".XXXXXX");
+  std::string pattern = JoinPath(ParentDirectory(target), leaf);
   std::vector<char> name(pattern.begin(), pattern.end());
   name.push_back('\0');
   int fd = mkostemp(name.data(), O_CLOEXEC);

@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 
 #include "platform/posix/ErrorsPosix.h"
@@ -55,17 +56,67 @@ bool HeldByOthers(int fd, LockByte which) {
   return fl.l_type != F_UNLCK;
 }
 
+// Extends the file to size with its blocks reserved, so that a full disk
+// fails here with an error instead of killing the process when a mapped page
+// is first written. The file is left as it was on failure.
+bool ReserveLength(int fd, std::uint64_t current, std::uint64_t size, SysError* err) {
+  if (size <= current) return true;
+  int rc = posix_fallocate(fd, static_cast<off_t>(current), static_cast<off_t>(size - current));
+  if (rc == EOPNOTSUPP || rc == EINVAL) rc = ftruncate(fd, static_cast<off_t>(size)) == 0 ? 0 : errno;
+  if (rc != 0) {
+    if (ftruncate(fd, static_cast<off_t>(current)) != 0) { /* already failing */ }
+    return FailErrno(err, rc);
+  }
+  return true;
+}
+
 class PosixMappedView final : public MappedView {
  public:
-  PosixMappedView(void* p, std::uint64_t size) {
+  PosixMappedView(void* p, std::uint64_t size, int fd, bool writable) : fd_(fd), writable_(writable) {
     data_ = static_cast<std::byte*>(p);
     size_ = size;
   }
-  ~PosixMappedView() override { munmap(data_, size_); }
-  bool Flush(SysError* err) override {
-    if (msync(data_, size_, MS_SYNC) != 0) return FailErrno(err, errno);
+#if defined(MREMAP_MAYMOVE)
+  bool Grow(std::uint64_t newSize, SysError* err) override {
+    if (!writable_) return Fail(err, kErrAccessDenied);
+    struct stat st {};
+    if (fstat(fd_, &st) != 0) return FailErrno(err, errno);
+    if (!ReserveLength(fd_, static_cast<std::uint64_t>(st.st_size), newSize, err)) return false;
+    void* p = mremap(data_, size_, newSize, MREMAP_MAYMOVE);
+    if (p == MAP_FAILED) return FailErrno(err, errno);
+    data_ = static_cast<std::byte*>(p);
+    size_ = newSize;
     return true;
   }
+#endif
+  ~PosixMappedView() override { munmap(data_, size_); }
+  // Hands dirty pages to the file without waiting for the disk, as flushing
+  // a view does on Windows; FileHandle::Sync is what makes data durable.
+  bool Flush(SysError* err) override {
+    if (msync(data_, size_, MS_ASYNC) != 0) return FailErrno(err, errno);
+    return true;
+  }
+  void Populate(std::uint64_t offset, std::uint64_t length, bool forWrite) override {
+    if (offset >= size_) return;
+    length = std::min(length, size_ - offset);
+    // Page-align the start; the kernel rounds the length up itself.
+    const std::uint64_t page = static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
+    const std::uint64_t start = offset / page * page;
+    // Older kernels do not know the advice; the pages then fault in as usual.
+    madvise(data_ + start, length + (offset - start), forWrite ? kPopulateWrite : kPopulateRead);
+  }
+
+ private:
+#ifdef MADV_POPULATE_READ
+  static constexpr int kPopulateRead = MADV_POPULATE_READ;
+  static constexpr int kPopulateWrite = MADV_POPULATE_WRITE;
+#else
+  static constexpr int kPopulateRead = 22;
+  static constexpr int kPopulateWrite = 23;
+#endif
+
+  int fd_;  // the mapped file's descriptor; the handle outlives its views
+  bool writable_;
 };
 
 class PosixFileHandle final : public FileHandle {
@@ -97,19 +148,7 @@ class PosixFileHandle final : public FileHandle {
         Fail(err, kErrInvalidParameter);
         return nullptr;
       }
-      // Reserve the blocks now: a full disk then fails here with an error
-      // instead of killing the process when a mapped page is first written.
-      int rc = posix_fallocate(fd_, static_cast<off_t>(current), static_cast<off_t>(size - current));
-      if (rc == EOPNOTSUPP || rc == EINVAL) {
-        if (ftruncate(fd_, static_cast<off_t>(size)) != 0) rc = errno;
-        else rc = 0;
-      }
-      if (rc != 0) {
-        FailErrno(err, rc);
-        // Leave the file as it was.
-        if (ftruncate(fd_, static_cast<off_t>(current)) != 0) { /* already failing */ }
-        return nullptr;
-      }
+      if (!ReserveLength(fd_, current, size, err)) return nullptr;
     }
     int prot = PROT_READ | (writable ? PROT_WRITE : 0);
     void* p = mmap(nullptr, size, prot, MAP_SHARED, fd_, 0);
@@ -117,7 +156,7 @@ class PosixFileHandle final : public FileHandle {
       FailErrno(err, errno);
       return nullptr;
     }
-    return std::make_unique<PosixMappedView>(p, size);
+    return std::make_unique<PosixMappedView>(p, size, fd_, writable);
   }
 
   bool GetInformation(BY_HANDLE_FILE_INFORMATION* info, SysError* err) override {

@@ -1,0 +1,3 @@
+#include "BlobFile.h"
+
+N4_IMPLEMENT_DYNCREATE(CTestBlob)
