@@ -1,0 +1,198 @@
+// Method 6 through FFmpeg's libavcodec "cinepak" encoder and decoder.
+//
+// The only file that sees libavcodec. Cinepak codes 4x4 blocks, so pictures
+// are padded to multiples of four by repeating the edge pixels and cropped
+// again after decoding.
+#include "bulb/VideoCodec.h"
+
+#if N4FILE_WITH_CINEPAK
+
+#include <cstdint>
+#include <cstring>
+#include <mutex>
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavutil/frame.h>
+#include <libavutil/log.h>
+}
+
+namespace n4 {
+namespace {
+
+// libavcodec reports damaged frames on standard error by default. A library
+// must not talk on its host's terminal, but an application that chose a log
+// level itself keeps it.
+void QuietLibav() {
+  static std::once_flag once;
+  std::call_once(once, [] {
+    if (av_log_get_level() == AV_LOG_INFO) av_log_set_level(AV_LOG_QUIET);
+  });
+}
+
+struct ContextFree {
+  void operator()(AVCodecContext* c) const { avcodec_free_context(&c); }
+};
+struct FrameFree {
+  void operator()(AVFrame* f) const { av_frame_free(&f); }
+};
+struct PacketFree {
+  void operator()(AVPacket* p) const { av_packet_free(&p); }
+};
+using ContextPtr = std::unique_ptr<AVCodecContext, ContextFree>;
+using FramePtr = std::unique_ptr<AVFrame, FrameFree>;
+using PacketPtr = std::unique_ptr<AVPacket, PacketFree>;
+
+int PadToBlock(LONG v) { return static_cast<int>((v + 3) & ~3); }
+
+class CinepakCodec final : public VideoCodec {
+ public:
+  bool BeginCompress(LONG width, LONG height, int bitCount) override {
+    EndCompress();
+    if (!ValidGeometry(width, height, bitCount)) return false;
+    const AVCodec* codec = avcodec_find_encoder(AV_CODEC_ID_CINEPAK);
+    if (!codec) return false;
+    ContextPtr ctx(avcodec_alloc_context3(codec));
+    if (!ctx) return false;
+    ctx->width = PadToBlock(width);
+    ctx->height = PadToBlock(height);
+    ctx->pix_fmt = AV_PIX_FMT_RGB24;
+    ctx->time_base = AVRational{1, 30};
+    ctx->framerate = AVRational{30, 1};
+    // A key frame every frame: any stored frame must decode on its own.
+    ctx->keyint_min = 1;
+    ctx->gop_size = 1;
+    if (avcodec_open2(ctx.get(), codec, nullptr) < 0) return false;
+    FramePtr picture(av_frame_alloc());
+    PacketPtr packet(av_packet_alloc());
+    if (!picture || !packet) return false;
+    picture->format = ctx->pix_fmt;
+    picture->width = ctx->width;
+    picture->height = ctx->height;
+    if (av_frame_get_buffer(picture.get(), 0) < 0) return false;
+    encoder_ = std::move(ctx);
+    picture_ = std::move(picture);
+    packet_ = std::move(packet);
+    width_ = width;
+    height_ = height;
+    bitCount_ = bitCount;
+    pts_ = 0;
+    return true;
+  }
+
+  bool CompressFrame(const BYTE* bitmap, DWORD size, std::vector<BYTE>& out, bool& keyFrame) override {
+    if (!encoder_) return false;
+    const DWORD stride = bulb::BitmapStride(static_cast<DWORD>(width_), bitCount_);
+    if (size / stride < static_cast<DWORD>(height_)) return false;
+    if (av_frame_make_writable(picture_.get()) < 0) return false;
+    bulb::BitmapToRgb(bitmap, width_, height_, bitCount_, picture_->data[0], picture_->linesize[0],
+                      encoder_->width, encoder_->height);
+    picture_->pts = pts_++;
+    if (avcodec_send_frame(encoder_.get(), picture_.get()) < 0) return false;
+    if (avcodec_receive_packet(encoder_.get(), packet_.get()) < 0) return false;
+    out.assign(packet_->data, packet_->data + packet_->size);
+    keyFrame = (packet_->flags & AV_PKT_FLAG_KEY) != 0;
+    av_packet_unref(packet_.get());
+    return true;
+  }
+
+  void EndCompress() override {
+    encoder_.reset();
+    picture_.reset();
+    packet_.reset();
+  }
+
+  bool BeginDecompress(LONG width, LONG height, int bitCount) override {
+    EndDecompress();
+    if (!ValidGeometry(width, height, bitCount)) return false;
+    const AVCodec* codec = avcodec_find_decoder(AV_CODEC_ID_CINEPAK);
+    if (!codec) return false;
+    ContextPtr ctx(avcodec_alloc_context3(codec));
+    if (!ctx) return false;
+    ctx->width = static_cast<int>(width);
+    ctx->height = static_cast<int>(height);
+    ctx->bits_per_coded_sample = 24;
+    FramePtr picture(av_frame_alloc());
+    PacketPtr packet(av_packet_alloc());
+    if (!picture || !packet || avcodec_open2(ctx.get(), codec, nullptr) < 0) return false;
+    decoder_ = std::move(ctx);
+    decoded_ = std::move(picture);
+    input_ = std::move(packet);
+    dwidth_ = width;
+    dheight_ = height;
+    dbitCount_ = bitCount;
+    return true;
+  }
+
+  DWORD DecompressFrame(const BYTE* data, DWORD size, bool keyFrame, BYTE* bitmap, DWORD capacity) override {
+    if (!decoder_ || size == 0 || size > 0x7FFFFFFFu - AV_INPUT_BUFFER_PADDING_SIZE) return 0;
+    // Decoders may read a little past the data; the padding must be zero.
+    padded_.assign(size + AV_INPUT_BUFFER_PADDING_SIZE, 0);
+    std::memcpy(padded_.data(), data, size);
+    input_->data = padded_.data();
+    input_->size = static_cast<int>(size);
+    input_->flags = keyFrame ? AV_PKT_FLAG_KEY : 0;
+    const int sent = avcodec_send_packet(decoder_.get(), input_.get());
+    input_->data = nullptr;
+    input_->size = 0;
+    if (sent < 0) return 0;
+    if (avcodec_receive_frame(decoder_.get(), decoded_.get()) < 0) return 0;
+    DWORD written = 0;
+    if (decoded_->format == AV_PIX_FMT_RGB24 && decoded_->width >= dwidth_ && decoded_->height >= dheight_) {
+      written = bulb::RgbToBitmap(decoded_->data[0], decoded_->linesize[0], static_cast<int>(dwidth_),
+                                  static_cast<int>(dheight_), dbitCount_, bitmap, capacity);
+    }
+    av_frame_unref(decoded_.get());
+    return written;
+  }
+
+  void EndDecompress() override {
+    decoder_.reset();
+    decoded_.reset();
+    input_.reset();
+  }
+
+ private:
+  static bool ValidGeometry(LONG width, LONG height, int bitCount) {
+    return width > 0 && height > 0 && width <= 0xFFFF && height <= 0xFFFF && (bitCount == 16 || bitCount == 24);
+  }
+
+  ContextPtr encoder_;
+  FramePtr picture_;
+  PacketPtr packet_;
+  LONG width_ = 0, height_ = 0;
+  int bitCount_ = 24;
+  std::int64_t pts_ = 0;
+
+  ContextPtr decoder_;
+  FramePtr decoded_;
+  PacketPtr input_;
+  std::vector<BYTE> padded_;
+  LONG dwidth_ = 0, dheight_ = 0;
+  int dbitCount_ = 24;
+};
+
+}  // namespace
+
+std::unique_ptr<VideoCodec, VideoCodecDeleter> VideoCodec::Create() {
+  QuietLibav();
+  if (!avcodec_find_encoder(AV_CODEC_ID_CINEPAK) || !avcodec_find_decoder(AV_CODEC_ID_CINEPAK)) return nullptr;
+  return std::unique_ptr<VideoCodec, VideoCodecDeleter>(std::make_unique<CinepakCodec>().release());
+}
+
+bool HaveVideoCodec() {
+  return avcodec_find_encoder(AV_CODEC_ID_CINEPAK) != nullptr && avcodec_find_decoder(AV_CODEC_ID_CINEPAK) != nullptr;
+}
+
+}  // namespace n4
+
+#else  // !N4FILE_WITH_CINEPAK
+
+namespace n4 {
+std::unique_ptr<VideoCodec, VideoCodecDeleter> VideoCodec::Create() { return nullptr; }
+bool HaveVideoCodec() { return false; }
+}  // namespace n4
+
+#endif
+
+void n4::VideoCodecDeleter::operator()(VideoCodec* codec) const { std::default_delete<VideoCodec>{}(codec); }

@@ -1,0 +1,146 @@
+// Method 1: the stored byte layout, the fall-back and histogram rules, and
+// the fast encoder against the byte-at-a-time model.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "RleModel.h"
+#include "SignContent.h"
+#include "n4file/BulbData.h"
+
+namespace {
+
+using n4test::Bytes;
+
+struct Encoded {
+  Bytes stream;
+  int method = -1;
+  std::array<DWORD, 256> histogram{};
+};
+
+Encoded Encode(const Bytes& in) {
+  Encoded e;
+  e.stream.resize(n4::CompressBound(static_cast<DWORD>(in.size())));
+  const DWORD size = CN4BulbData::CompressRLE(in.data(), e.stream.data(), static_cast<DWORD>(in.size()),
+                                              e.histogram.data(), &e.method);
+  e.stream.resize(size);
+  return e;
+}
+
+Bytes Decode(const Bytes& stream, DWORD capacity) {
+  Bytes out(capacity);
+  out.resize(CN4BulbData::DecompressRLE(stream.data(), out.data(), static_cast<DWORD>(stream.size()), capacity));
+  return out;
+}
+
+Bytes Of(std::initializer_list<int> bytes) { return Bytes(bytes.begin(), bytes.end()); }
+
+Bytes Repeat(size_t n, BYTE v) { return Bytes(n, v); }
+
+Bytes Concat(std::initializer_list<Bytes> parts) {
+  Bytes out;
+  for (const auto& p : parts) out.insert(out.end(), p.begin(), p.end());
+  return out;
+}
+
+TEST(Rle, StoredLayout) {
+  // A literal meeting a pair closes with the pair's first byte.
+  const Bytes abc = Concat({Of({'A', 'B', 'C'}), Repeat(20, 'C')});
+  EXPECT_EQ(Encode(abc).stream, Of({23, 0, 0, 0, 0x02, 'A', 'B', 'C', 0x93, 'C'}));
+
+  // Repeats are cut into pieces of 128; a short remainder stays a repeat.
+  EXPECT_EQ(Encode(Repeat(128, 7)).stream, Of({128, 0, 0, 0, 0xFF, 7}));
+  EXPECT_EQ(Encode(Repeat(129, 7)).stream, Of({129, 0, 0, 0, 0xFF, 7, 0x80, 7}));
+  EXPECT_EQ(Encode(Repeat(256, 7)).stream, Of({0, 1, 0, 0, 0xFF, 7, 0xFF, 7}));
+
+  // A pair followed by something else joins the literal that follows it.
+  const Bytes pairs = Concat({Repeat(10, 0), Of({1, 1, 2}), Repeat(10, 0)});
+  EXPECT_EQ(Encode(pairs).stream, Of({23, 0, 0, 0, 0x89, 0, 0x03, 1, 1, 2, 0, 0x88, 0}));
+  EXPECT_EQ(Encode(pairs).method, N4_BULB_COMPRESS_RLE);
+}
+
+TEST(Rle, FallsBackToRawWhenALiteralWouldGrowTheFrame) {
+  // The 4-byte count is part of the size test: six bytes with no run of three
+  // cannot win.
+  for (const Bytes& in : {Of({1, 2, 3, 4, 5, 6}), Of({1, 1, 2, 2, 3, 3}), n4test::RandomBytes(5000, 3)}) {
+    const Encoded e = Encode(in);
+    EXPECT_EQ(e.method, N4_BULB_COMPRESS_NONE);
+    EXPECT_EQ(e.stream, in);
+  }
+  // Only literals are checked, so a lone repeat may still come out longer.
+  const Encoded repeats = Encode(Of({5, 5, 5}));
+  EXPECT_EQ(repeats.method, N4_BULB_COMPRESS_RLE);
+  EXPECT_EQ(repeats.stream, Of({3, 0, 0, 0, 0x82, 5}));
+}
+
+TEST(Rle, HistogramSkipsTheFirstByteAndStopsWithTheEncoding) {
+  const Encoded e = Encode(Concat({Of({9}), Repeat(40, 0), Of({9, 9, 9})}));
+  EXPECT_EQ(e.histogram[0], 40u);
+  EXPECT_EQ(e.histogram[9], 3u);
+
+  // Falling back at byte 1: the literal 1 2 would already need 7 bytes for 6.
+  const Encoded stopped = Encode(Of({1, 2, 3, 4, 5, 6}));
+  DWORD total = 0;
+  for (DWORD c : stopped.histogram) total += c;
+  EXPECT_EQ(total, 1u);
+  EXPECT_EQ(stopped.histogram[2], 1u);
+}
+
+// Every short two-value pattern, alone and between long runs, and content
+// with run lengths around every boundary: the encoder must agree with the
+// model byte for byte, histogram included, and decode back.
+TEST(Rle, AgreesWithTheModel) {
+  std::vector<Bytes> inputs;
+  for (int length = 0; length <= 10; ++length) {
+    for (int pattern = 0; pattern < (1 << length); ++pattern) {
+      Bytes p;
+      for (int k = 0; k < length; ++k) p.push_back(static_cast<BYTE>((pattern >> k) & 1));
+      inputs.push_back(p);
+      inputs.push_back(Concat({Repeat(300, 2), p, Repeat(300, 2)}));
+    }
+  }
+  for (int run : {127, 128, 129, 130, 131, 255, 256, 257, 258}) {
+    inputs.push_back(Concat({Repeat(40, 0), n4test::RandomBytes(static_cast<size_t>(run), 5), Repeat(400, 0)}));
+    inputs.push_back(Concat({Of({1, 2}), Repeat(static_cast<size_t>(run), 3), Of({4})}));
+  }
+  for (std::uint32_t seed = 1; seed <= 40; ++seed) {
+    inputs.push_back(n4test::RunnyBytes(3000, 1 + static_cast<int>(seed % 7) * 40, 2 + static_cast<int>(seed % 5), seed));
+    inputs.push_back(n4test::RunnyBytes(2000, 4, 3, seed));
+  }
+  for (DWORD color : {Mono1, Mono4, Mono16, Tri256, RGB64, RGB4K, RGB16M}) {
+    inputs.push_back(n4test::PlanarTextFrame(32, 96, color, color + 1));
+    inputs.push_back(n4test::PlanarTextFrame(33, 90, color, color + 2));
+  }
+  for (const Bytes& in : inputs) {
+    const Encoded got = Encode(in);
+    const n4test::RleModelResult want = n4test::ModelRle(in);
+    ASSERT_EQ(got.stream, want.stream) << "input of " << in.size() << " bytes";
+    ASSERT_EQ(got.method, want.method);
+    ASSERT_EQ(got.histogram, want.histogram);
+    if (got.method == N4_BULB_COMPRESS_RLE) {
+      ASSERT_EQ(Decode(got.stream, static_cast<DWORD>(in.size())), in);
+    }
+  }
+}
+
+TEST(Rle, DecoderStopsAtCountCapacityAndInput) {
+  const Bytes stream = Encode(Concat({Repeat(50, 1), Of({2, 3, 4, 5}), Repeat(50, 6)})).stream;
+  EXPECT_EQ(Decode(stream, 104).size(), 104u);
+  EXPECT_EQ(Decode(stream, 52), Concat({Repeat(50, 1), Of({2, 3})}));
+
+  // Count smaller than the runs: output ends at the count.
+  Bytes lying = stream;
+  lying[0] = 10;
+  EXPECT_EQ(Decode(lying, 200), Repeat(10, 1));
+
+  // Shorter than a count and one control byte: nothing.
+  EXPECT_TRUE(Decode(Of({4, 0, 0, 0}), 16).empty());
+  // Truncated inside a literal: what is there.
+  EXPECT_EQ(Decode(Of({9, 0, 0, 0, 0x05, 1, 2}), 16), Of({1, 2}));
+
+  // The three-argument form sizes the destination by the count.
+  Bytes out(104);
+  EXPECT_EQ(CN4BulbData::DecompressRLE(stream.data(), out.data(), static_cast<DWORD>(stream.size())), 104u);
+}
+
+}  // namespace

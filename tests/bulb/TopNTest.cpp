@@ -1,0 +1,142 @@
+// Methods 2, 3 and 4: bit layout, the one-past-the-count decoder, value
+// choice, and the size estimates that pick among them.
+#include <gtest/gtest.h>
+
+#include <numeric>
+
+#include "SignContent.h"
+#include "bulb/BulbCodecs.h"
+#include "n4file/BulbData.h"
+
+namespace {
+
+using n4test::Bytes;
+
+using Compressor = DWORD (*)(const void*, void*, DWORD, const DWORD*);
+using Decompressor = DWORD (*)(const void*, void*, DWORD, DWORD);
+
+struct Method {
+  const char* name;
+  Compressor compress;
+  Decompressor decompress;
+};
+const Method kMethods[] = {
+    {"Top4", CN4BulbData::CompressTop4, CN4BulbData::DecompressTop4},
+    {"Top2", CN4BulbData::CompressTop2, CN4BulbData::DecompressTop2},
+    {"Top1", CN4BulbData::CompressTop1, CN4BulbData::DecompressTop1},
+};
+
+Bytes Encode(Compressor compress, const Bytes& in) {
+  Bytes out(n4::CompressBound(static_cast<DWORD>(in.size())));
+  out.resize(compress(in.data(), out.data(), static_cast<DWORD>(in.size()), nullptr));
+  return out;
+}
+
+Bytes Of(std::initializer_list<int> bytes) { return Bytes(bytes.begin(), bytes.end()); }
+
+TEST(TopN, StoredLayout) {
+  // Top4 of 1 2 3 4 9: indexes 000 001 010 011, then 1 + 00001001 for 9;
+  // 21 bits make 2 whole bytes plus the partly filled one.
+  EXPECT_EQ(Encode(CN4BulbData::CompressTop4, Of({1, 2, 3, 4, 9})),
+            Of({5, 0, 0, 0, 1, 2, 3, 4, 0x05, 0x38, 0x48}));
+  // Top2 of 0 0 0 5 0 7: 5 and 7 tie, the lower value wins the second place.
+  EXPECT_EQ(Encode(CN4BulbData::CompressTop2, Of({0, 0, 0, 5, 0, 7})), Of({6, 0, 0, 0, 0, 5, 0x01, 0x20, 0xE0}));
+  // Eight bits fill a byte exactly; the stored length still counts one more.
+  EXPECT_EQ(Encode(CN4BulbData::CompressTop1, Bytes(8, 0)), Of({8, 0, 0, 0, 0, 0x00, 0x00}));
+}
+
+TEST(TopN, DecoderWritesOneValuePastTheCount) {
+  const Bytes stream = Encode(CN4BulbData::CompressTop1, Bytes(8, 7));
+  Bytes out(8 + 4, 0xEE);
+  EXPECT_EQ(CN4BulbData::DecompressTop1(stream.data(), out.data(), static_cast<DWORD>(stream.size())), 8u);
+  EXPECT_EQ(out, Of({7, 7, 7, 7, 7, 7, 7, 7, 7, 0xEE, 0xEE, 0xEE}));
+
+  // With a capacity the extra value is not written.
+  Bytes exact(8, 0xEE);
+  EXPECT_EQ(CN4BulbData::DecompressTop1(stream.data(), exact.data(), static_cast<DWORD>(stream.size()), 8), 8u);
+  EXPECT_EQ(exact, Bytes(8, 7));
+}
+
+TEST(TopN, RoundTripsSignContent) {
+  std::vector<Bytes> inputs = {Bytes(), Bytes(1, 3), Bytes(1000, 0), n4test::RandomBytes(777, 4),
+                               n4test::RunnyBytes(5000, 3, 6, 2)};
+  for (DWORD color : {Mono1, Tri3, Mono16, Tri256, Quad16M, RGB4K, RGB16M}) {
+    inputs.push_back(n4test::PlanarTextFrame(32, 96, color, color));
+    inputs.push_back(n4test::DitheredFrame(31, 90, color, color));
+  }
+  for (const Method& m : kMethods) {
+    for (const Bytes& in : inputs) {
+      SCOPED_TRACE(testing::Message() << m.name << ", " << in.size() << " bytes");
+      const Bytes stream = Encode(m.compress, in);
+      ASSERT_GT(stream.size(), 0u);
+      Bytes out(in.size());
+      ASSERT_EQ(m.decompress(stream.data(), out.data(), static_cast<DWORD>(stream.size()),
+                             static_cast<DWORD>(out.size())),
+                in.size());
+      ASSERT_EQ(out, in);
+    }
+  }
+}
+
+TEST(TopN, ValuesAreTheMostFrequentWithTiesToTheLowerValue) {
+  DWORD histogram[256] = {};
+  histogram[7] = histogram[5] = histogram[3] = histogram[1] = 10;
+  histogram[200] = 11;
+  BYTE values[4];
+  n4::bulb::TopValues(histogram, 4, values);
+  EXPECT_EQ(Bytes(values, values + 4), Of({200, 1, 3, 5}));
+  // Values that never occur still fill the places, lowest first.
+  DWORD sparse[256] = {};
+  sparse[9] = 1;
+  n4::bulb::TopValues(sparse, 4, values);
+  EXPECT_EQ(Bytes(values, values + 4), Of({9, 0, 1, 2}));
+}
+
+// Histograms with the remaining bytes spread thinly over other values.
+std::vector<DWORD> Histogram(std::initializer_list<DWORD> top, DWORD total) {
+  std::vector<DWORD> h(256, 0);
+  int v = 0;
+  for (DWORD c : top) h[static_cast<size_t>(v++)] = c;
+  DWORD rest = total - std::accumulate(top.begin(), top.end(), DWORD{0});
+  for (int k = 100; rest != 0; k = k == 255 ? 100 : k + 1, --rest) ++h[static_cast<size_t>(k)];
+  return h;
+}
+
+TEST(TopN, EstimatesRoundUp) {
+  const DWORD counts[4] = {50, 20, 10, 5};
+  const auto t = n4::bulb::EstimateTop(counts, 100, 8);
+  EXPECT_EQ(t.top4, 49 + 8);  // (900 - 510) / 8 = 48.75
+  EXPECT_EQ(t.top2, 52 + 6);  // (900 - 490) / 8 = 51.25
+  EXPECT_EQ(t.top1, 63 + 5);  // (900 - 400) / 8 = 62.5
+}
+
+TEST(TopN, ChoiceAfterRunLengthFellBack) {
+  struct Case {
+    std::initializer_list<DWORD> top;
+    int want;
+  };
+  const Case cases[] = {
+      {{400, 300, 200, 100}, N4_BULB_COMPRESS_TOP4},
+      {{500, 400, 50, 50}, N4_BULB_COMPRESS_TOP2},
+      {{900, 50, 30, 20}, N4_BULB_COMPRESS_TOP1},
+      {{4, 4, 4, 4}, N4_BULB_COMPRESS_NONE},
+  };
+  for (const Case& c : cases) {
+    const auto h = Histogram(c.top, 1000);
+    EXPECT_EQ(n4::bulb::ChooseBitPacking(h.data(), 1000, N4_BULB_COMPRESS_NONE, 1000), c.want);
+  }
+}
+
+TEST(TopN, ChoiceAfterRunLengthUsesItsSizeAndTheOtherAllowance) {
+  const auto spread = Histogram({400, 300, 200, 100}, 1000);
+  EXPECT_EQ(n4::bulb::ChooseBitPacking(spread.data(), 1001, N4_BULB_COMPRESS_RLE, 100), N4_BULB_COMPRESS_RLE);
+  EXPECT_EQ(n4::bulb::ChooseBitPacking(spread.data(), 1001, N4_BULB_COMPRESS_RLE, 900), N4_BULB_COMPRESS_TOP4);
+
+  // Four-value estimate 600 + k against a two-value estimate of 606: the
+  // allowance of 4 after a fall-back picks Top4, the allowance of 8 Top2.
+  const auto close = Histogram({300, 300, 50, 50}, 1000);
+  EXPECT_EQ(n4::bulb::ChooseBitPacking(close.data(), 1000, N4_BULB_COMPRESS_NONE, 1000), N4_BULB_COMPRESS_TOP4);
+  EXPECT_EQ(n4::bulb::ChooseBitPacking(close.data(), 1001, N4_BULB_COMPRESS_RLE, 999), N4_BULB_COMPRESS_TOP2);
+}
+
+}  // namespace
