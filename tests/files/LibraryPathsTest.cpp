@@ -1,0 +1,275 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+
+#include "n4file/Files.h"
+
+namespace {
+
+const DWORD kSeq4 = n4::MakeFourCC("seq4");
+const DWORD kScpt = n4::MakeFourCC("scpt");
+
+tag_N4_SIGN_COLOR Color(int v) { return static_cast<tag_N4_SIGN_COLOR>(v); }
+tag_N4_PIXEL_TECH Pixel(int v) { return static_cast<tag_N4_PIXEL_TECH>(v); }
+
+struct Fields {
+  std::string share, library, file, extension;
+  DWORD rows, cols, kind;
+  int color, pixel, palette;
+  bool operator==(const Fields&) const = default;
+};
+
+Fields FieldsOf(const CN4Files& f) {
+  return {f.GetShareDir(), f.GetLibrary(), f.GetFile(),  f.GetExtension(), f.GetRows(),
+          f.GetCols(),     f.GetFccType(), f.GetColorTech(), f.GetPixelTech(), f.IsPaletteType()};
+}
+
+std::string Slashed(std::string path) {
+  std::replace(path.begin(), path.end(), '\\', '/');
+  return path;
+}
+
+TEST(LibraryPaths, SignFolderNames) {
+  CN4Files f;
+  EXPECT_EQ(f.BuildSign(16, 80, Mono1, PixelTechI, 0), "16x80.Mono1.I");
+  EXPECT_EQ(f.IsPaletteType(), 0);
+  EXPECT_EQ(f.BuildSign(16, 80, Mono1, PixelTechI, 1), "Palette.Mono1.I");
+  EXPECT_EQ(f.GetRows(), 16u);
+  EXPECT_EQ(f.GetCols(), 16u);
+  EXPECT_EQ(f.IsPaletteType(), 1);
+  EXPECT_EQ(f.BuildSign(4294967295u, 7, RGB16MB, PixelTechL, 0), "4294967295x7.RGB16MB.L");
+  EXPECT_EQ(f.BuildSign(), "4294967295x7.RGB16MB.L");
+  EXPECT_EQ(f.BuildSign(1, 2, Color(15), Pixel(0), 0), "1x2..");
+}
+
+TEST(LibraryPaths, BuildPathComposesTheSchemeOrNothing) {
+  CN4Files f;
+  EXPECT_EQ(f.BuildPath("D:\\Shows", 16, 80, Mono1, PixelTechI, "Weather", "Rain", "SQ4"),
+            "D:\\Shows\\16x80.Mono1.I.Sign\\Weather.Lib\\Rain.SQ4");
+  EXPECT_EQ(f.GetPath(), "D:\\Shows\\16x80.Mono1.I.Sign\\Weather.Lib\\Rain.SQ4");
+  EXPECT_EQ(f.BuildPath("/srv/shows", 8, 32, Quad16, PixelTechI, "News", "Top", kScpt),
+            "/srv/shows\\8x32.Quad16.I.Sign\\News.Lib\\Top.SC4");
+  EXPECT_EQ(f.GetFccType(), kScpt);
+
+  const struct {
+    const char* what;
+    std::string share;
+    DWORD rows, cols;
+    int color, pixel;
+    std::string library, file, extension;
+  } refused[] = {
+      {"no share dir", "", 16, 80, 0, 1, "L", "F", "SQ4"},
+      {"no rows", "S", 0, 80, 0, 1, "L", "F", "SQ4"},
+      {"no columns", "S", 16, 0, 0, 1, "L", "F", "SQ4"},
+      {"pixel 4", "S", 16, 80, 0, 4, "L", "F", "SQ4"},
+      {"pixel -1", "S", 16, 80, 0, -1, "L", "F", "SQ4"},
+      {"no library", "S", 16, 80, 0, 1, "", "F", "SQ4"},
+      {"no file", "S", 16, 80, 0, 1, "L", "", "SQ4"},
+      {"no extension", "S", 16, 80, 0, 1, "L", "F", ""},
+  };
+  for (const auto& r : refused) {
+    SCOPED_TRACE(r.what);
+    f.BuildPath("D:\\Shows", 16, 80, Mono1, PixelTechI, "Weather", "Rain", "SQ4");
+    EXPECT_EQ(f.BuildPath(r.share, r.rows, r.cols, Color(r.color), Pixel(r.pixel), r.library,
+                          r.file, r.extension),
+              "");
+    EXPECT_EQ(f.GetPath(), "");
+    EXPECT_EQ(f.GetExtension(), r.extension);
+    EXPECT_EQ(f.GetLibrary(), "Weather");
+  }
+  // A kind that has no extension gives no path.
+  EXPECT_EQ(f.BuildPath("S", 16, 80, Mono1, PixelTechI, "L", "F", n4::MakeFourCC("RIFF")), "");
+  // Colour 15 and pixel 0 are in range though nameless.
+  EXPECT_EQ(f.BuildPath("S", 1, 2, Color(15), Pixel(0), "L", "F", "SQ4"), "S\\1x2...Sign\\L.Lib\\F.SQ4");
+  // The palette flag set by BuildSign makes a palette folder.
+  f.BuildSign(0, 0, Mono1, PixelTechI, 1);
+  EXPECT_EQ(f.BuildPath("S", 32, 64, Mono4, PixelTechL, "L", "F", kSeq4),
+            "S\\Palette.Mono4.L.Sign\\L.Lib\\F.SQ4");
+  EXPECT_EQ(f.GetRows(), 16u);
+}
+
+TEST(LibraryPaths, EveryPathBuildPathMakesParsesBack) {
+  const std::string extensions[] = {"SQ4", "SD4", "SC4", "SEQ", "txt"};
+  const std::string shares[] = {"D:\\Shows", "\\\\server\\share\\", "/srv/shows", "rel"};
+  int checked = 0;
+  for (int color = 0; color < 16; ++color) {
+    for (int pixel = 0; pixel < 4; ++pixel) {
+      for (int palette = 0; palette < 2; ++palette) {
+        SCOPED_TRACE(testing::Message() << "colour " << color << " pixel " << pixel
+                                        << " palette " << palette);
+        const std::string& extension = extensions[(color + pixel) % 5];
+        const std::string& share = shares[(color + palette) % 4];
+        CN4Files built;
+        built.BuildSign(0, 0, Mono1, PixelTechI, palette);
+        const std::string path = built.BuildPath(share, 48 + color, 160 + pixel, Color(color),
+                                                 Pixel(pixel), "Lib.v2", "Show.final", extension);
+        ASSERT_FALSE(path.empty());
+        built.ExtensionToFourcc(extension);
+        built.FourccToExtension();
+        const Fields expected{share, "Lib.v2", "Show.final", extension,
+                              palette ? 16u : 48u + color, palette ? 16u : 160u + pixel,
+                              built.GetFccType(), color, pixel, palette};
+
+        CN4Files parsed;
+        ASSERT_EQ(parsed.ParsePath(path), 1) << path;
+        EXPECT_EQ(FieldsOf(parsed), expected);
+        EXPECT_EQ(parsed.GetPath(), path);
+        // Rebuilding from the parsed fields gives the same path.
+        EXPECT_EQ(parsed.BuildPath(parsed.GetShareDir(), parsed.GetRows(), parsed.GetCols(),
+                                   parsed.GetColorTech(), parsed.GetPixelTech(), parsed.GetLibrary(),
+                                   parsed.GetFile(), parsed.GetExtension()),
+                  path);
+
+        // Written with "/" it names the same fields.
+        CN4Files slashed;
+        ASSERT_EQ(slashed.ParsePath(Slashed(path)), 1);
+        Fields expectSlashed = expected;
+        expectSlashed.share = Slashed(share);
+        EXPECT_EQ(FieldsOf(slashed), expectSlashed);
+        ++checked;
+      }
+    }
+  }
+  EXPECT_EQ(checked, 128);
+}
+
+TEST(LibraryPaths, ForeignPathsFailAndChangeNothing) {
+  const char* foreign[] = {
+      "",
+      "Rain.SQ4",
+      "Weather.Lib\\Rain.SQ4",
+      "16x80.Mono1.I.Sign\\Weather.Lib\\Rain.SQ4",    // no share dir
+      "\\16x80.Mono1.I.Sign\\Weather.Lib\\Rain.SQ4",  // empty share dir
+      "S\\16x80.Mono1.I\\Weather.Lib\\Rain.SQ4",
+      "S\\16x80.Mono1.I.Sign\\Weather\\Rain.SQ4",
+      "S\\16x80.Mono1.I.Sign\\.Lib\\Rain.SQ4",
+      "S\\16x80.Mono1.I.Sign\\Weather.Lib\\Rain",
+      "S\\16x80.Mono1.I.Sign\\Weather.Lib\\Rain.",
+      "S\\16x80.Mono1.I.Sign\\Weather.Lib\\.SQ4",
+      "S\\16x80.Mono1.I.Sign\\Weather.Lib\\",
+      "S\\16x80.Mono2.I.Sign\\Weather.Lib\\Rain.SQ4",
+      "S\\16x80.Mono1.X.Sign\\Weather.Lib\\Rain.SQ4",
+      "S\\16x80.Mono1.Sign\\Weather.Lib\\Rain.SQ4",
+      "S\\16x80.Mono1.I.x.Sign\\Weather.Lib\\Rain.SQ4",
+      "S\\0x80.Mono1.I.Sign\\Weather.Lib\\Rain.SQ4",
+      "S\\16x0.Mono1.I.Sign\\Weather.Lib\\Rain.SQ4",
+      "S\\16x.Mono1.I.Sign\\Weather.Lib\\Rain.SQ4",
+      "S\\-16x80.Mono1.I.Sign\\Weather.Lib\\Rain.SQ4",
+      "S\\16*80.Mono1.I.Sign\\Weather.Lib\\Rain.SQ4",
+      "S\\4294967296x1.Mono1.I.Sign\\Weather.Lib\\Rain.SQ4",
+      "S\\Pallete.Mono1.I.Sign\\Weather.Lib\\Rain.SQ4",
+  };
+  CN4Files f;
+  const std::string good = f.BuildPath("D:\\Shows", 16, 80, Mono4, PixelTechL, "Weather", "Rain", "SQ4");
+  f.ExtensionToFourcc();
+  const Fields before = FieldsOf(f);
+  for (const char* path : foreign) {
+    SCOPED_TRACE(path);
+    EXPECT_EQ(f.ParsePath(path), 0);
+    EXPECT_EQ(FieldsOf(f), before);
+    EXPECT_EQ(f.GetPath(), good);
+  }
+}
+
+TEST(LibraryPaths, ParsingIgnoresCaseOfNamesButKeepsTheirSpelling) {
+  CN4Files f;
+  ASSERT_EQ(f.ParsePath("s/palette.rgb16mb.l.SIGN/My.LIB/clip.SC4"), 1);
+  EXPECT_EQ(f.IsPaletteType(), 1);
+  EXPECT_EQ(f.GetRows(), 16u);
+  EXPECT_EQ(f.GetColorTech(), RGB16MB);
+  EXPECT_EQ(f.GetPixelTech(), PixelTechL);
+  EXPECT_EQ(f.GetLibrary(), "My");
+  EXPECT_EQ(f.GetFccType(), kScpt);
+  // An unknown or differently cased extension is kept, with kind 0.
+  ASSERT_EQ(f.ParsePath("s\\16X80.Mono1.i.Sign\\L.Lib\\clip.sq4"), 1);
+  EXPECT_EQ(f.GetExtension(), "sq4");
+  EXPECT_EQ(f.GetFccType(), 0u);
+
+  // A folder name alone may carry zero sizes, with or without its suffix.
+  EXPECT_EQ(f.ParseSign("0x0.Tri3.L"), 1);
+  EXPECT_EQ(f.GetRows(), 0u);
+  EXPECT_EQ(f.ParseSign("24x96.Tri256.L.Sign"), 1);
+  EXPECT_EQ(f.GetCols(), 96u);
+  EXPECT_EQ(f.GetColorTech(), Tri256);
+  EXPECT_EQ(f.ParseSign("24x96.Tri256"), 0);
+  EXPECT_EQ(f.GetCols(), 96u);
+}
+
+TEST(LibraryPaths, AbbreviationKeepsTheRootAndTheLastNames) {
+  CN4Files f;
+  const std::string path =
+      f.BuildPath("C:\\Shows", 16, 80, Mono1, PixelTechI, "Weather", "Rain", "SQ4");
+  ASSERT_EQ(path.size(), 48u);
+  const struct {
+    int max;
+    const char* expected;
+  } cases[] = {
+      {100, "C:\\Shows\\16x80.Mono1.I.Sign\\Weather.Lib\\Rain.SQ4"},
+      {48, "C:\\Shows\\16x80.Mono1.I.Sign\\Weather.Lib\\Rain.SQ4"},
+      {47, "C:\\...\\16x80.Mono1.I.Sign\\Weather.Lib\\Rain.SQ4"},
+      {46, "C:\\...\\16x80.Mono1.I.Sign\\Weather.Lib\\Rain.SQ4"},
+      {45, "...\\16x80.Mono1.I.Sign\\Weather.Lib\\Rain.SQ4"},
+      {43, "...\\16x80.Mono1.I.Sign\\Weather.Lib\\Rain.SQ4"},
+      {42, "C:\\...\\Weather.Lib\\Rain.SQ4"},
+      {27, "C:\\...\\Weather.Lib\\Rain.SQ4"},
+      {26, "...\\Weather.Lib\\Rain.SQ4"},
+      {24, "...\\Weather.Lib\\Rain.SQ4"},
+      {23, "C:\\...\\Rain.SQ4"},
+      {15, "C:\\...\\Rain.SQ4"},
+      {14, "...\\Rain.SQ4"},
+      {12, "...\\Rain.SQ4"},
+      {11, "Rain.SQ4"},
+      {0, "Rain.SQ4"},
+      {-5, "Rain.SQ4"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.max);
+    EXPECT_EQ(f.GetAbbreviatedPath(c.max), c.expected);
+  }
+  f.ParsePath("/srv/shows/16x80.Mono1.I.Sign/Weather.Lib/Rain.SQ4");
+  EXPECT_EQ(f.GetAbbreviatedPath(25), "/.../Weather.Lib/Rain.SQ4");
+  f.ParsePath("\\\\server\\share\\16x80.Mono1.I.Sign\\Weather.Lib\\Rain.SQ4");
+  EXPECT_EQ(f.GetAbbreviatedPath(40), "\\\\server\\share\\...\\Weather.Lib\\Rain.SQ4");
+}
+
+TEST(LibraryPaths, RelativeAndFullPathsAreInverse) {
+  const struct {
+    const char* path;
+    const char* base;
+    const char* relative;
+  } cases[] = {
+      {"C:\\Shows\\16x80.Mono1.I.Sign\\A.Lib\\x.SQ4", "C:\\Shows\\16x80.Mono1.I.Sign\\B.Lib",
+       "..\\A.Lib\\x.SQ4"},
+      {"C:\\Shows\\A.Lib\\x.SQ4", "C:\\Other\\Deep\\Dir\\", "..\\..\\..\\Shows\\A.Lib\\x.SQ4"},
+      {"C:\\Shows", "C:\\Shows", "."},
+      {"/srv/shows/a/x.SQ4", "/srv/other", "../shows/a/x.SQ4"},
+      {"\\\\srv\\share\\a\\x.SQ4", "\\\\srv\\share\\b", "..\\a\\x.SQ4"},
+      {"rel\\a\\x.SQ4", "rel\\b", "..\\a\\x.SQ4"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.path);
+    EXPECT_EQ(CN4Files::GetRelPath(c.path, c.base), c.relative);
+    EXPECT_EQ(CN4Files::GetFullPath(c.relative, c.base), c.path);
+  }
+  // Names and roots compare without regard to case; the path keeps its own.
+  EXPECT_EQ(CN4Files::GetRelPath("C:\\Shows\\A.Lib\\x.SQ4", "c:\\shows"), "A.Lib\\x.SQ4");
+  EXPECT_EQ(CN4Files::GetRelPath("\\\\srv\\share\\a\\x.SQ4", "\\\\SRV\\Share"), "a\\x.SQ4");
+  // Different roots stay full.
+  EXPECT_EQ(CN4Files::GetRelPath("D:\\a\\x.SQ4", "C:\\a"), "D:\\a\\x.SQ4");
+  EXPECT_EQ(CN4Files::GetRelPath("/a/x.SQ4", "rel/dir"), "/a/x.SQ4");
+
+  EXPECT_EQ(CN4Files::GetFullPath("..\\..\\x.SQ4", "C:\\a\\b\\c"), "C:\\a\\x.SQ4");
+  EXPECT_EQ(CN4Files::GetFullPath(".\\y\\..\\x.SQ4", "C:\\a"), "C:\\a\\x.SQ4");
+  EXPECT_EQ(CN4Files::GetFullPath("..\\..\\..\\x.SQ4", "C:\\a"), "C:\\x.SQ4");
+  EXPECT_EQ(CN4Files::GetFullPath("D:\\b\\..\\x.SQ4", "C:\\a"), "D:\\x.SQ4");
+  EXPECT_EQ(CN4Files::GetFullPath("../x.SQ4", "/srv/shows/a"), "/srv/shows/x.SQ4");
+  EXPECT_EQ(CN4Files::GetFullPath("..\\x", "rel"), "x");
+  EXPECT_EQ(CN4Files::GetFullPath("..\\..\\x", "rel"), "..\\x");
+
+  CN4Files f;
+  f.BuildPath("C:\\Shows", 16, 80, Mono1, PixelTechI, "A", "x", "SQ4");
+  EXPECT_EQ(f.GetRelPath("C:\\Shows\\16x80.Mono1.I.Sign"), "A.Lib\\x.SQ4");
+}
+
+}  // namespace
