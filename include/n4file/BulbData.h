@@ -73,17 +73,23 @@ constexpr int BitsPerBulb(DWORD color) { return color >= 16 ? 1 : kBitsPerBulb[c
 // RGB32KB and RGB16MB hold packed pixels; every other technology bit planes.
 constexpr bool IsDirectColor(DWORD color) { return color == RGB32KB || color == RGB16MB; }
 
+// a * b, or UINT64_MAX when that overflows.
+constexpr std::uint64_t SaturatingProduct(std::uint64_t a, std::uint64_t b) {
+  return a != 0 && b > UINT64_MAX / a ? UINT64_MAX : a * b;
+}
+
 // The size a decoded frame occupies. Saturates at 0xFFFFFFFF for geometries
 // no sign has, so callers can compare it with kMaxFrameSize.
 constexpr DWORD FrameSize(DWORD height, DWORD width, DWORD color) {
   const std::uint64_t bits = static_cast<std::uint64_t>(BitsPerBulb(color));
   std::uint64_t size;
   if (IsDirectColor(color)) {
-    const std::uint64_t rowBits = ((bits + 3) & ~std::uint64_t{3}) * width;
-    size = ((rowBits + 31) >> 5) * 4 * height;
+    const std::uint64_t rowBytes = ((((bits + 3) & ~std::uint64_t{3}) * width + 31) >> 5) * 4;
+    size = SaturatingProduct(rowBytes, height);
   } else {
     const std::uint64_t rows = (static_cast<std::uint64_t>(height) + 1) & ~std::uint64_t{1};
-    size = ((static_cast<std::uint64_t>(width) + 15) >> 4) * 2 * rows * bits;
+    const std::uint64_t rowBytes = ((static_cast<std::uint64_t>(width) + 15) >> 4) * 2;
+    size = SaturatingProduct(SaturatingProduct(rowBytes, rows), bits);
   }
   return size > 0xFFFFFFFFu ? 0xFFFFFFFFu : static_cast<DWORD>(size);
 }

@@ -54,7 +54,7 @@ bool EnterState(SN4BulbCompInfo& info, DWORD state) {
   if (state == n4::kCodecCompressing) {
     info.m_biIn.bmiHeader.biSizeImage =
         static_cast<DWORD>(static_cast<std::uint64_t>(bitCount) * info.m_dwHeight * info.m_dwWidth / 8);
-    if (!info.m_pCodec->BeginCompress(width, height, bitCount)) return false;
+    if (!info.m_pCodec->BeginCompress(width, height, bitCount, info.m_CompVars.lQ)) return false;
     // What the codec reports as its output format.
     BITMAPINFOHEADER& out = info.m_biOut.bmiHeader;
     out.biSize = kHeaderBytes;

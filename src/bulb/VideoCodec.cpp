@@ -47,7 +47,7 @@ int PadToBlock(LONG v) { return static_cast<int>((v + 3) & ~3); }
 
 class CinepakCodec final : public VideoCodec {
  public:
-  bool BeginCompress(LONG width, LONG height, int bitCount) override {
+  bool BeginCompress(LONG width, LONG height, int bitCount, LONG quality) override {
     EndCompress();
     if (!ValidGeometry(width, height, bitCount)) return false;
     const AVCodec* codec = avcodec_find_encoder(AV_CODEC_ID_CINEPAK);
@@ -77,6 +77,10 @@ class CinepakCodec final : public VideoCodec {
     height_ = height;
     bitCount_ = bitCount;
     pts_ = 0;
+    // The encoder trades size for error by lambda: none at the best quality,
+    // its own default halfway.
+    const LONG q = quality < 0 ? 0 : quality > 10000 ? 10000 : quality;
+    lambdaPlusOne_ = 1 + static_cast<int>((10000 - q) * 4 * FF_LAMBDA_SCALE / 10000);
     return true;
   }
 
@@ -88,6 +92,7 @@ class CinepakCodec final : public VideoCodec {
     bulb::BitmapToRgb(bitmap, width_, height_, bitCount_, picture_->data[0], picture_->linesize[0],
                       encoder_->width, encoder_->height);
     picture_->pts = pts_++;
+    picture_->quality = lambdaPlusOne_;
     if (avcodec_send_frame(encoder_.get(), picture_.get()) < 0) return false;
     if (avcodec_receive_packet(encoder_.get(), packet_.get()) < 0) return false;
     out.assign(packet_->data, packet_->data + packet_->size);
@@ -163,6 +168,7 @@ class CinepakCodec final : public VideoCodec {
   LONG width_ = 0, height_ = 0;
   int bitCount_ = 24;
   std::int64_t pts_ = 0;
+  int lambdaPlusOne_ = 1;
 
   ContextPtr decoder_;
   FramePtr decoded_;

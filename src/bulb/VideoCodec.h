@@ -21,8 +21,9 @@ class VideoCodec {
   static std::unique_ptr<VideoCodec, VideoCodecDeleter> Create();
 
   // A compression sequence for width x height frames of bitCount (16 or 24)
-  // bits; every frame is a key frame.
-  virtual bool BeginCompress(LONG width, LONG height, int bitCount) = 0;
+  // bits; every frame is a key frame. quality runs from 0 to 10000 (best),
+  // as in the codec settings record.
+  virtual bool BeginCompress(LONG width, LONG height, int bitCount, LONG quality) = 0;
   // Encodes one bitmap of the sequence's geometry into `out`.
   virtual bool CompressFrame(const BYTE* bitmap, DWORD size, std::vector<BYTE>& out, bool& keyFrame) = 0;
   virtual void EndCompress() = 0;
