@@ -146,8 +146,16 @@ class N4FILE_API CN4RiffChunk {
   void* AppendToFile(CN4RiffFile* file, DWORD id, DWORD size, DWORD type);
 
  protected:
+  // As AppendToFile(file, id, size, type), but views the fresh chunk as a
+  // plain chunk: for records whose own AttachToFile needs sub-chunks that
+  // they append next.
+  void* AppendHeaderToFile(CN4RiffFile* file, DWORD id, DWORD size, DWORD type);
   // Adds the mapping's displacement to one pointer (null stays null).
   static void Rebase(std::byte*& p, void* newBase, void* oldBase);
+
+ private:
+  void* AppendChunk(CN4RiffFile* file, DWORD id, DWORD size, DWORD type, bool ownAttach);
+ protected:
 
   _RIFFCHUNK m_Chunk;
 };
@@ -354,6 +362,7 @@ class N4FILE_API CN4RiffFile : public CN4RiffChunk {
   DWORD m_dwLastError = 0;
   std::vector<std::unique_ptr<CN4RiffChunk>> m_aObjects;
   std::uint64_t m_qwHighWater = 0;  // offset past every byte ever written in the working file
+  bool m_bParsing = false;          // BuildObjectArray is running (object creation may look things up)
 
  private:
   int CreateMappingForLength(std::uint64_t used);

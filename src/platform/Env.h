@@ -64,6 +64,7 @@ class FileHandle {
   virtual bool SetLength(std::uint64_t length, SysError* err) = 0;
   // Maps the first `size` bytes. A writable mapping larger than the file
   // extends the file first. A size of 0 maps nothing and fails, as on Windows.
+  // A read-only mapping is copy-on-write: writes through it stay private.
   virtual std::unique_ptr<MappedView> Map(std::uint64_t size, bool writable, SysError* err) = 0;
   virtual bool GetInformation(BY_HANDLE_FILE_INFORMATION* info, SysError* err) = 0;
   virtual bool Sync(SysError* err) = 0;

@@ -62,6 +62,14 @@ void* CN4RiffChunk::FindSubChunk(DWORD code) const {
 }
 
 void* CN4RiffChunk::AppendToFile(CN4RiffFile* file, DWORD id, DWORD size, DWORD type) {
+  return AppendChunk(file, id, size, type, true);
+}
+
+void* CN4RiffChunk::AppendHeaderToFile(CN4RiffFile* file, DWORD id, DWORD size, DWORD type) {
+  return AppendChunk(file, id, size, type, false);
+}
+
+void* CN4RiffChunk::AppendChunk(CN4RiffFile* file, DWORD id, DWORD size, DWORD type, bool ownAttach) {
   if (!file) return nullptr;
   if ((id == n4::kFourccRIFF || id == n4::kFourccLIST) && size < 4) size = 4;
   if (!file->GrowFile(ChunkBytesRequired(size))) return nullptr;
@@ -76,7 +84,7 @@ void* CN4RiffChunk::AppendToFile(CN4RiffFile* file, DWORD id, DWORD size, DWORD 
   } else {
     WriteChunkHeader(end, id, size, type);
   }
-  void* next = AttachToFile(end);
+  void* next = ownAttach ? AttachToFile(end) : CN4RiffChunk::AttachToFile(end);
   if (!next) return nullptr;
   file->SetEnd(next);
   return next;

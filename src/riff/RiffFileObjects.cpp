@@ -73,7 +73,14 @@ CN4RiffChunk* CN4RiffFile::GetObject(int index) {
 }
 
 int CN4RiffFile::BuildObjectArray(int upTo) {
-  if (!IsOpen() || !m_pNextUnparsed || !m_pEnd) return 0;
+  // Creating an object may look up other objects (a frame asks for the start
+  // record); those lookups see what is parsed so far and never parse again.
+  if (!IsOpen() || !m_pNextUnparsed || !m_pEnd || m_bParsing) return 0;
+  struct Guard {
+    bool& flag;
+    explicit Guard(bool& f) : flag(f) { flag = true; }
+    ~Guard() { flag = false; }
+  } guard(m_bParsing);
   bool first = true;
   while (m_pNextUnparsed < m_pEnd && m_pEnd - m_pNextUnparsed >= 8 &&
          (upTo < 0 || GetArraySize() <= upTo)) {

@@ -150,8 +150,9 @@ class PosixFileHandle final : public FileHandle {
       }
       if (!ReserveLength(fd_, current, size, err)) return nullptr;
     }
-    int prot = PROT_READ | (writable ? PROT_WRITE : 0);
-    void* p = mmap(nullptr, size, prot, MAP_SHARED, fd_, 0);
+    // Read-only views are copy-on-write: a write through one changes only
+    // this process's pages, never the file, and never faults.
+    void* p = mmap(nullptr, size, PROT_READ | PROT_WRITE, writable ? MAP_SHARED : MAP_PRIVATE, fd_, 0);
     if (p == MAP_FAILED) {
       FailErrno(err, errno);
       return nullptr;

@@ -1,0 +1,76 @@
+// Graphic frames: a "grp " list holding the graphic header and the bulb data.
+#include <cstring>
+
+#include "n4file/SequenceFile.h"
+#include "util/ByteOrder.h"
+
+N4_IMPLEMENT_DYNCREATE(CN4GraphicHdr)
+N4_IMPLEMENT_DYNCREATE(CN4GphFrame)
+
+void* CN4GraphicHdr::AppendToFile(CN4RiffFile* file) {
+  return CN4RiffChunk::AppendToFile(file, n4::kFourccGrph, sizeof(tag_N4_GRP_HDR), 0);
+}
+
+void* CN4GraphicHdr::AttachToFile(void* chunk) {
+  if (!chunk) return nullptr;
+  void* next = ParseChunk(chunk, &m_Chunk);
+  if (n4::ReadLE32(chunk) != n4::kFourccGrph || GetSize() < sizeof(tag_N4_GRP_HDR)) {
+    m_Chunk = _RIFFCHUNK{};
+    return nullptr;
+  }
+  return next;
+}
+
+DWORD CN4GphFrame::BytesRequired(CN4RiffFile* file) const {
+  return m_BulbData.BytesRequired(file) + CN4GraphicHdr::BytesRequired() + 12;
+}
+
+void CN4GphFrame::SetBulbCompInfoPtr(SN4BulbCompInfo* info) { m_BulbData.SetBulbCompInfoPtr(info); }
+
+tag_N4_FRM* CN4GphFrame::FrameHdr() { return reinterpret_cast<tag_N4_FRM*>(m_GraphicHdr.GphHdr()); }
+
+void* CN4GphFrame::AppendToFile(CN4RiffFile* file) {
+  if (!file || !file->GrowFile(BytesRequired(file))) return nullptr;
+  if (!AppendHeaderToFile(file, n4::kFourccLIST, 4, n4::kFourccGrp)) return nullptr;
+  if (!m_GraphicHdr.AppendToFile(file)) return nullptr;
+  void* end = m_BulbData.AppendToFile(file);
+  if (!end) return nullptr;
+  SizeChunk(end);
+  return end;
+}
+
+void* CN4GphFrame::AttachToFile(void* chunk) {
+  if (!chunk) return nullptr;
+  ParseChunk(chunk, &m_Chunk);
+  if (Type() != n4::kFourccGrp) return nullptr;
+  *m_GraphicHdr.Chunk() = _RIFFCHUNK{};
+  *m_BulbData.Chunk() = _RIFFCHUNK{};
+  if (!m_GraphicHdr.AttachToFile(FindSubChunk(n4::kFourccGrph))) return nullptr;
+  if (!m_BulbData.AttachToFile(FindSubChunk(n4::kFourccBulb))) return nullptr;
+  return NextChunk();
+}
+
+void CN4GphFrame::AdjustToNewBase(void* newBase, void* oldBase) {
+  CN4Frame::AdjustToNewBase(newBase, oldBase);
+  m_GraphicHdr.AdjustToNewBase(newBase, oldBase);
+  m_BulbData.AdjustToNewBase(newBase, oldBase);
+}
+
+void* CN4GphFrame::CopyEx(void* dest, int mode, int compress) {
+  auto* out = static_cast<std::byte*>(dest);
+  if (!StartOfChunkPtr() || !m_GraphicHdr.StartOfChunkPtr()) return dest;
+  std::memcpy(out, StartOfChunkPtr(), 12);
+  void* bulbAt = m_GraphicHdr.CopyEx(out + 12, mode, compress);
+  CN4GraphicHdr copiedHdr;
+  copiedHdr.AttachToFile(out + 12);
+  // Expanding a compressed file: the saved header says how the pixels were packed.
+  if (compress == 1) m_BulbData.SetCompressMethod(static_cast<int>(GphHdr()->dwCompressMethod));
+  void* end = m_BulbData.CopyEx(bulbAt, mode, compress);
+  if (copiedHdr.GphHdr()) {
+    copiedHdr.GphHdr()->dwCompressMethod = compress < 0 ? static_cast<DWORD>(m_BulbData.GetCompressMethod()) : 0;
+  }
+  _RIFFCHUNK list;
+  ParseChunk(out, &list);
+  SetChunkSize(&list, end);
+  return end;
+}

@@ -1,0 +1,49 @@
+// Helpers for sequence tests: frames filled with sign content, and the
+// decoded pixels of a graphic frame read back the way a player reads them.
+#pragma once
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "bulb/SignContent.h"
+#include "n4file/SequenceFile.h"
+#include "util/ByteOrder.h"
+
+namespace n4test {
+
+// Content for one frame of the given technology: text and graphics for
+// planar signs, a picture for direct-colour signs.
+inline Bytes FrameContent(int height, int width, DWORD color, std::uint32_t seed) {
+  if (color == RGB32KB) return ColourPicture(height, width, 16, seed);
+  if (color == RGB16MB) return ColourPicture(height, width, 24, seed);
+  return PlanarTextFrame(height, width, color, seed);
+}
+
+// Adds a graphic frame at pos holding content; returns its number.
+inline int AddGraphic(CN4SequenceFile& file, const Bytes& pixels, int pos = 9999, LONG hold = 120) {
+  const int n = file.AddFrame(n4::kFourccGrp, pos);
+  if (n < 0) return n;
+  auto* frame = dynamic_cast<CN4GphFrame*>(file.Frame(n));
+  if (!frame || frame->GetBulbObj()->GetSize() != pixels.size()) return -100;
+  std::memcpy(frame->BulbData(), pixels.data(), pixels.size());
+  frame->GphHdr()->lHoldTime = hold;
+  return n;
+}
+
+// The frame's pixels as a player gets them: raw in a working file, expanded
+// with the method its header records in a saved one.
+inline Bytes DecodedPixels(CN4GphFrame* frame) {
+  CN4BulbData* bulb = frame->GetBulbObj();
+  const DWORD method = frame->GphHdr()->dwCompressMethod;
+  if (method == 0) return Bytes(frame->BulbData(), frame->BulbData() + bulb->GetSize());
+  bulb->SetCompressMethod(static_cast<int>(method));
+  std::vector<std::byte> out(8 + bulb->GetBulbCompInfoPtr()->FrameSize() + 64);
+  auto* end = static_cast<std::byte*>(bulb->CopyEx(out.data(), 0, 1));
+  const DWORD size = n4::ReadLE32(out.data() + 4);
+  if (end <= out.data() || 8 + size > out.size()) return {};
+  const auto* body = reinterpret_cast<const BYTE*>(out.data() + 8);
+  return Bytes(body, body + size);
+}
+
+}  // namespace n4test
