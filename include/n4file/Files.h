@@ -57,9 +57,9 @@ enum tag_N4_PIXEL_TECH : int {
 namespace n4 {
 
 // Colour technology names by value; index 15 has no name ("").
-N4FILE_API extern const char* const kColorTechNames[16];
+extern N4FILE_API const char* const kColorTechNames[16];
 // Pixel technology letters by value; index 0 has none ("").
-N4FILE_API extern const char* const kPixelTechLetters[4];
+extern N4FILE_API const char* const kPixelTechLetters[4];
 
 }  // namespace n4
 

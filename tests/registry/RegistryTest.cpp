@@ -341,3 +341,30 @@ TEST_F(RegistryTest, CreatesMissingDirectoriesAndRefusesUnwritableNames) {
 }
 
 }  // namespace
+
+namespace {
+
+// No registry directory set: the user's file goes to the configuration directory.
+class ConfigHomeEnv : public n4::EnvWrapper {
+ public:
+  explicit ConfigHomeEnv(std::string config) : EnvWrapper(n4::Env::Default()), config_(std::move(config)) {}
+  std::string GetEnvironmentVariable(const std::string& name) override {
+    if (name == "N4_REGISTRY_DIR") return {};
+    if (name == "XDG_CONFIG_HOME") return config_;
+    return target()->GetEnvironmentVariable(name);
+  }
+
+ private:
+  std::string config_;
+};
+
+TEST(RegistryDefaults, TheUserStoreLivesInTheConfigurationDirectory) {
+  n4test::TempDir dir;
+  ConfigHomeEnv env(dir.path());
+  n4::ScopedEnv scoped(&env);
+  CN4Registry reg;
+  ASSERT_EQ(reg.CreateUserRegistryKey("Window Settings"), 1);
+  EXPECT_TRUE(n4test::Exists(dir.File("n4000/HKEY_CURRENT_USER.reg")));
+}
+
+}  // namespace
