@@ -46,9 +46,10 @@ struct N4FILE_API CRuntimeClass {
 #define RUNTIME_CLASS(cls) (&cls::class##cls)
 
 // Inside a class body: the class's record and its GetRuntimeClass override.
-#define N4_DECLARE_DYNCREATE(cls)                  \
- public:                                           \
-  static const CRuntimeClass class##cls;           \
+#define N4_DECLARE_DYNCREATE(cls)                           \
+ public:                                                    \
+  static const CRuntimeClass class##cls;                    \
+  static const CRuntimeClass* ThisClass() { return &class##cls; } \
   const CRuntimeClass* GetRuntimeClass() const override;
 
 // In the class's source file.
@@ -112,6 +113,7 @@ N4FILE_API DWORD ChunkId(const void* chunk);
 class N4FILE_API CN4RiffChunk {
  public:
   static const CRuntimeClass classCN4RiffChunk;
+  static const CRuntimeClass* ThisClass() { return &classCN4RiffChunk; }
   virtual const CRuntimeClass* GetRuntimeClass() const;
 
   CN4RiffChunk() = default;
@@ -159,6 +161,17 @@ class N4FILE_API CN4RiffChunk {
 
   _RIFFCHUNK m_Chunk;
 };
+
+namespace n4 {
+// dynamic_cast with a fast path for the exact class, which is what lookups
+// by chunk code nearly always find: one pointer comparison of class records.
+template <class T>
+T* KindOf(CN4RiffChunk* object) {
+  if (!object) return nullptr;
+  if (object->GetRuntimeClass() == T::ThisClass()) return static_cast<T*>(object);
+  return dynamic_cast<T*>(object);
+}
+}  // namespace n4
 
 // ---------------------------------------------------------------------------
 // CN4RiffString: a string chunk of fixed capacity (body = capacity + 1).
@@ -262,6 +275,7 @@ enum N4OpenFlags {
 class N4FILE_API CN4RiffFile : public CN4RiffChunk {
  public:
   static const CRuntimeClass classCN4RiffFile;
+  static const CRuntimeClass* ThisClass() { return &classCN4RiffFile; }
   const CRuntimeClass* GetRuntimeClass() const override;
 
   CN4RiffFile();

@@ -360,6 +360,7 @@ class N4FILE_API CN4IncFrame : public n4::VerbatimListFrame {
 class N4FILE_API CN4SequenceFile : public CN4RiffFile {
  public:
   static const CRuntimeClass classCN4SequenceFile;
+  static const CRuntimeClass* ThisClass() { return &classCN4SequenceFile; }
   const CRuntimeClass* GetRuntimeClass() const override;
 
   CN4SequenceFile();

@@ -89,7 +89,7 @@ int CN4RiffFile::BuildObjectArray(int upTo) {
     if (!object) return 0;
     // Deliberate guard: the header is expected to be reached in the same pass
     // as the INFO list in front of it, never as the first chunk of a pass.
-    if (first && dynamic_cast<CN4RiffHdr*>(object.get())) return 0;
+    if (first && n4::KindOf<CN4RiffHdr>(object.get())) return 0;
     if (!object->AttachToFile(m_pNextUnparsed)) return 0;
     m_aObjects.push_back(std::move(object));
     m_pNextUnparsed = static_cast<std::byte*>(NextChunkPtr(m_pNextUnparsed));
@@ -123,11 +123,11 @@ int CN4RiffFile::GetObjectCount() {
 }
 
 tag_N4_RIFF_FILE_DATA* CN4RiffFile::RiffHdr() {
-  auto* hdr = dynamic_cast<CN4RiffHdr*>(FindObject(n4::kFourccN4HD, 1, nullptr));
+  auto* hdr = n4::KindOf<CN4RiffHdr>(FindObject(n4::kFourccN4HD, 1, nullptr));
   return hdr ? hdr->RiffHdr() : nullptr;
 }
 
-CN4RiffInfo* CN4RiffFile::InfoChunk() { return dynamic_cast<CN4RiffInfo*>(GetObject(0)); }
+CN4RiffInfo* CN4RiffFile::InfoChunk() { return n4::KindOf<CN4RiffInfo>(GetObject(0)); }
 
 int CN4RiffFile::IsFileCompressionOn() {
   if (GetObjectCount() < 1) return 0;

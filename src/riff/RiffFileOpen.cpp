@@ -96,6 +96,10 @@ int CN4RiffFile::Open(const char* path, N4OpenFlags flags, DWORD formType) {
 
   if (!m_bUsesTempFile) {
     m_pFile->MarkMapped();
+    // Readers nearly always walk every chunk: bring a file of modest size in
+    // at once rather than one page fault at a time.
+    constexpr DWORD kPopulateAtOpen = 64u << 20;
+    if (m_dwMappingSize <= kPopulateAtOpen) m_pMapping->Populate(0, m_dwMappingSize, false);
     // The outer chunk is viewed without checking its ID or form type; its
     // claimed size is only trusted as far as the file's bytes reach.
     if (m_dwMappingSize >= 12) {
@@ -259,6 +263,7 @@ int CN4RiffFile::GrowFile(DWORD bytes) {
   }
   if (result) m_pMapping->Populate(used, m_dwMappingSize - used, true);  // about to be appended to
   std::byte* newBase = m_pViewBase;
+  if (newBase == oldBase) return result;  // grown in place: every view still holds
   CN4RiffChunk::AdjustToNewBase(newBase, oldBase);
   Rebase(m_pEnd, newBase, oldBase);
   for (auto& object : m_aObjects) {

@@ -40,14 +40,14 @@ const CRuntimeClass* CN4SequenceFile::IDToRtClass(DWORD id) {
 
 std::unique_ptr<CN4RiffChunk> CN4SequenceFile::CreateChunk(DWORD id) {
   std::unique_ptr<CN4RiffChunk> object = CN4RiffFile::CreateChunk(id);
-  if (auto* graphic = dynamic_cast<CN4GphFrame*>(object.get())) {
+  if (auto* graphic = n4::KindOf<CN4GphFrame>(object.get())) {
     if (!IsSet(m_GraphicBulbProto)) {
       if (tag_N4_SOS_FRM* sos = SosData()) {
         m_GraphicBulbProto.SetSizeAndColor(sos->wHeight, sos->wWidth, sos->dwColorTech);
       }
     }
     graphic->SetBulbCompInfoPtr(&m_GraphicBulbProto);
-  } else if (auto* text = dynamic_cast<CN4TextFrame*>(object.get())) {
+  } else if (auto* text = n4::KindOf<CN4TextFrame>(object.get())) {
     if (!IsSet(m_TextBulbProto)) {
       if (tag_N4_SOS_FRM* sos = SosData()) m_TextBulbProto.SetSizeAndColor(16, 16, sos->dwColorTech);
     }
@@ -112,12 +112,12 @@ int CN4SequenceFile::OpenCreate(const char* path, WORD height, WORD width, tag_N
 }
 
 tag_N4_SOS_FRM* CN4SequenceFile::SosData() {
-  auto* sos = dynamic_cast<CN4SosFrame*>(FindObject(n4::kFourccSos, 2, nullptr));
+  auto* sos = n4::KindOf<CN4SosFrame>(FindObject(n4::kFourccSos, 2, nullptr));
   return sos ? sos->SosFrame() : nullptr;
 }
 
 tag_N4_EOS_FRM* CN4SequenceFile::EosData() {
-  auto* eos = dynamic_cast<CN4EosFrame*>(FindObject(n4::kFourccEnd, GetArraySize() - 1, nullptr));
+  auto* eos = n4::KindOf<CN4EosFrame>(FindObject(n4::kFourccEnd, GetArraySize() - 1, nullptr));
   return eos ? eos->EosFrame() : nullptr;
 }
 

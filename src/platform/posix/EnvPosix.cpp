@@ -290,7 +290,9 @@ class PosixEnv final : public Env {
     Fd fd(open(path.c_str(), O_RDONLY | O_CLOEXEC));
     if (!fd.valid()) return FailErrno(err, errno);
     data->clear();
-    char buffer[65536];
+    struct stat st {};
+    if (fstat(fd.get(), &st) == 0 && st.st_size > 0) data->reserve(static_cast<std::size_t>(st.st_size));
+    char buffer[1 << 16];
     for (;;) {
       ssize_t n = read(fd.get(), buffer, sizeof buffer);
       if (n == 0) return true;
