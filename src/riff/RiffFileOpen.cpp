@@ -274,11 +274,10 @@ int CN4RiffFile::GrowFile(DWORD bytes) {
 
 void CN4RiffFile::Close() {
   if (!IsOpen()) return;
-  const std::uint64_t used = UsedBytes();
   m_pMapping.reset();
-  // A read-only handle cannot change the file's length; only the working
-  // copy is cut back to its used bytes.
-  if (m_bUsesTempFile && m_pFile) m_pFile->SetLength(used, &LastSysError());
+  // The working copy is not cut back to its used bytes before it is deleted
+  // below (that would only make the system drop its pages twice), and a
+  // read-only original cannot change its length.
   m_pFile.reset();
   RemoveAllObjects();
   m_pViewBase = m_pEnd = m_pNextUnparsed = nullptr;

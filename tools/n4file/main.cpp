@@ -1,12 +1,15 @@
 // n4file: command-line access to N4FILE files.
 //
-// For now it demonstrates the RIFF container: `n4file demo PATH` creates a
-// file with the library, reopens it read-only and lists its chunks.
+// `n4file demo PATH` creates a RIFF file with the library, reopens it
+// read-only and lists its chunks; `n4file list PATH` lists any RIFF file, and
+// a sequence file frame by frame. The tool only parses arguments and calls
+// the library.
 #include <cstdio>
 #include <cstring>
 #include <string>
 
 #include <n4file/RiffFile.h>
+#include <n4file/SequenceFile.h>
 
 namespace {
 
@@ -19,7 +22,51 @@ std::string FourccText(DWORD code) {
   return s;
 }
 
+const char* FrameKind(CN4Frame* frame) {
+  if (!frame) return "?";
+  return frame->GetRuntimeClass()->m_lpszClassName;
+}
+
+int ListSequence(const char* path) {
+  CN4SequenceFile file;
+  if (!file.Open(path, OpenReadOnly)) {
+    std::fprintf(stderr, "n4file: %s is not a readable sequence: %s\n", path, file.GetPtrToErrorString());
+    return 1;
+  }
+  tag_N4_SOS_FRM* sos = file.SosData();
+  CN4Files names;
+  std::printf("%s: sequence for a %u x %u sign, %s, pixel technology %s\n", path, sos->wWidth, sos->wHeight,
+              names.ColorTechToString(static_cast<tag_N4_SIGN_COLOR>(sos->dwColorTech)).c_str(),
+              names.PixelTechToString(static_cast<tag_N4_PIXEL_TECH>(sos->dwPixelTech)).c_str());
+  std::printf("  software \"%s\", created %s, compression %s%s\n", file.GetPtrToSoftware(),
+              file.GetPtrToCreationDate(), file.IsFileCompressionOn() ? "on" : "off",
+              file.IsPreviewOnly() == 1 ? ", preview only" : "");
+  const int count = file.FrameCount();
+  for (int i = 1; i <= count; ++i) {
+    CN4Frame* frame = file.Frame(i);
+    std::printf("  frame %4d  %-14s", i, FrameKind(frame));
+    if (auto* graphic = dynamic_cast<CN4GphFrame*>(frame)) {
+      std::printf("  %s  (method %u, %u bytes)", CN4GphFrame::Describe(*graphic->GphHdr()).c_str(),
+                  graphic->GphHdr()->dwCompressMethod, graphic->GetBulbObj()->GetSize());
+    } else if (auto* command = dynamic_cast<CN4CmdFrame*>(frame)) {
+      for (int c = 0; c < command->GetCommandCount(); ++c) {
+        std::printf("%s\"%s\"", c ? ", " : "  ", command->GetPtrToCommandString(c));
+      }
+    }
+    std::printf("\n");
+  }
+  std::printf("  %d frames, run time %.2f s\n", count, sos->dwRunTime / 1000.0);
+  return 0;
+}
+
 int ListChunks(const char* path) {
+  {
+    CN4RiffFile probe;
+    if (probe.Open(path, OpenReadOnly, 0) && probe.Type() == n4::kFourccSeq4) {
+      probe.Close();
+      return ListSequence(path);
+    }
+  }
   CN4RiffFile file;
   if (!file.Open(path, OpenReadOnly, 0)) {
     std::fprintf(stderr, "n4file: cannot open %s: %s (error %u)\n", path, file.GetPtrToErrorString(),
@@ -64,7 +111,7 @@ int Demo(const char* path) {
 void Usage() {
   std::fprintf(stderr,
                "usage: n4file demo PATH    create a RIFF file and list it\n"
-               "       n4file list PATH    list the chunks of a RIFF file\n");
+               "       n4file list PATH    list the chunks of a RIFF file, or the frames of a sequence\n");
 }
 
 }  // namespace
