@@ -16,7 +16,18 @@ namespace n4test {
 
 using Bytes = std::vector<BYTE>;
 
-// Bulb values (0 .. 2^bits - 1) of a text-and-graphics picture, row-major.
+// Digits of a 5x7 sign font, one row of 5 bits per byte (leftmost bit 4).
+inline constexpr BYTE kFont5x7[10][7] = {
+    {0x0E, 0x11, 0x13, 0x15, 0x19, 0x11, 0x0E}, {0x04, 0x0C, 0x04, 0x04, 0x04, 0x04, 0x0E},
+    {0x0E, 0x11, 0x01, 0x02, 0x04, 0x08, 0x1F}, {0x1F, 0x02, 0x04, 0x02, 0x01, 0x11, 0x0E},
+    {0x02, 0x06, 0x0A, 0x12, 0x1F, 0x02, 0x02}, {0x1F, 0x10, 0x1E, 0x01, 0x01, 0x11, 0x0E},
+    {0x06, 0x08, 0x10, 0x1E, 0x11, 0x11, 0x0E}, {0x1F, 0x01, 0x02, 0x04, 0x08, 0x08, 0x08},
+    {0x0E, 0x11, 0x11, 0x0E, 0x11, 0x11, 0x0E}, {0x0E, 0x11, 0x11, 0x0F, 0x01, 0x02, 0x0C},
+};
+
+// Bulb values (0 .. 2^bits - 1) of a text-and-graphics picture, row-major:
+// up to three lines of digits sized to the sign (large signs show large
+// text), a filled panel, a border and a slanted rule on dark background.
 inline std::vector<std::uint32_t> TextAndGraphics(int height, int width, int bits, std::uint32_t seed) {
   std::mt19937 rng(seed);
   const std::uint32_t maxValue = bits >= 32 ? 0xFFFFFFFFu : (1u << bits) - 1;
@@ -24,23 +35,26 @@ inline std::vector<std::uint32_t> TextAndGraphics(int height, int width, int bit
   auto set = [&](int y, int x, std::uint32_t v) {
     if (y >= 0 && y < height && x >= 0 && x < width) bulbs[static_cast<size_t>(y) * width + x] = v;
   };
-  // Text: lines of 5x7 glyphs, each glyph a random bit pattern.
-  const std::uint32_t textColour = maxValue;
-  for (int top = 1; top + 7 <= height; top += 10) {
-    for (int left = 1; left + 5 <= width * 3 / 4; left += 6) {
-      const std::uint32_t glyph = rng();
-      for (int gy = 0; gy < 7; ++gy)
-        for (int gx = 0; gx < 5; ++gx)
-          if ((glyph >> ((gy * 5 + gx) % 32)) & 1) set(top + gy, left + gx, textColour);
+  const int lines = height >= 30 ? 3 : 1;
+  const int cell = height / lines;
+  const int scale = cell >= 9 ? (cell - 1) / 9 : 1;
+  const int textWidth = width * 3 / 4;
+  for (int line = 0; line < lines; ++line) {
+    const int top = line * cell + 1;
+    for (int left = 1; left + 5 * scale <= textWidth; left += 6 * scale) {
+      const auto& glyph = kFont5x7[rng() % 10];
+      for (int gy = 0; gy < 7 * scale; ++gy)
+        for (int gx = 0; gx < 5 * scale; ++gx)
+          if ((glyph[gy / scale] >> (4 - gx / scale)) & 1) set(top + gy, left + gx, maxValue);
     }
   }
-  // Graphics: a filled box and a frame border in other colours.
-  const std::uint32_t boxColour = maxValue > 1 ? maxValue / 2 : 1;
+  const std::uint32_t panel = maxValue > 1 ? maxValue / 2 : 1;
   for (int y = height / 4; y < height * 3 / 4; ++y)
-    for (int x = width * 3 / 4 + 1; x < width - 1; ++x) set(y, x, boxColour);
+    for (int x = textWidth + 2; x < width - 2; ++x) set(y, x, panel);
   for (int x = 0; x < width; ++x) {
-    set(0, x, boxColour);
-    set(height - 1, x, boxColour);
+    set(0, x, panel);
+    set(height - 1, x, panel);
+    set(height - 1 - x * height / (width > 0 ? width : 1), x, maxValue);
   }
   return bulbs;
 }
