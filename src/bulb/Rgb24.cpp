@@ -97,7 +97,7 @@ DWORD EncodeRgb24(const BYTE* src, DWORD length, BYTE* dst, DWORD capacity, int*
 
 DWORD DecodeRgb24(const BYTE* src, DWORD length, BYTE* dst, DWORD capacity) {
   if (length < 5) return 0;
-  const DWORD limit = std::min(ReadLE32(src), capacity);
+  const DWORD limit = std::min<DWORD>(ReadLE32(src), capacity);
   DWORD in = 4;
   DWORD written = 0;
   for (DWORD channel = 0; channel < kStride && in < length; ++channel) {

@@ -172,7 +172,7 @@ DWORD EncodeRle(const BYTE* src, DWORD length, BYTE* dst, DWORD capacity, DWORD*
 
 DWORD DecodeRle(const BYTE* src, DWORD length, BYTE* dst, DWORD capacity) {
   if (length < 5) return 0;
-  const DWORD limit = std::min(ReadLE32(src), capacity);
+  const DWORD limit = std::min<DWORD>(ReadLE32(src), capacity);
   DWORD in = 4;
   DWORD out = 0;
   while (out < limit && in < length) {
