@@ -47,7 +47,8 @@ int ListSequence(const char* path) {
     std::printf("  frame %4d  %-14s", i, FrameKind(frame));
     if (auto* graphic = dynamic_cast<CN4GphFrame*>(frame)) {
       std::printf("  %s  (method %u, %u bytes)", CN4GphFrame::Describe(*graphic->GphHdr()).c_str(),
-                  graphic->GphHdr()->dwCompressMethod, graphic->GetBulbObj()->GetSize());
+                  static_cast<unsigned>(graphic->GphHdr()->dwCompressMethod),
+                  static_cast<unsigned>(graphic->GetBulbObj()->GetSize()));
     } else if (auto* command = dynamic_cast<CN4CmdFrame*>(frame)) {
       for (int c = 0; c < command->GetCommandCount(); ++c) {
         std::printf("%s\"%s\"", c ? ", " : "  ", command->GetPtrToCommandString(c));
@@ -70,23 +71,23 @@ int ListChunks(const char* path) {
   CN4RiffFile file;
   if (!file.Open(path, OpenReadOnly, 0)) {
     std::fprintf(stderr, "n4file: cannot open %s: %s (error %u)\n", path, file.GetPtrToErrorString(),
-                 file.GetLastFileError());
+                 static_cast<unsigned>(file.GetLastFileError()));
     return 1;
   }
   std::printf("%s: RIFF form '%s', %u bytes mapped\n", path, FourccText(file.Type()).c_str(),
-              file.GetMappingSize());
+              static_cast<unsigned>(file.GetMappingSize()));
   for (int i = 0;; ++i) {
     CN4RiffChunk* object = file.GetObject(i);
     if (!object) break;
     std::printf("  object %d: '%s' %u bytes (%s)\n", i, FourccText(object->Type()).c_str(),
-                object->GetSize(), object->GetRuntimeClass()->m_lpszClassName);
+                static_cast<unsigned>(object->GetSize()), object->GetRuntimeClass()->m_lpszClassName);
   }
   std::printf("  comments: \"%s\"\n  software: \"%s\"\n  created:  \"%s\"\n", file.GetPtrToComments(),
               file.GetPtrToSoftware(), file.GetPtrToCreationDate());
   if (tag_N4_RIFF_FILE_DATA* hdr = file.RiffHdr()) {
     std::printf("  header: format %u.%u, saved as %u.%u, %u objects, compression %u\n", hdr->wCreatedMajor,
-                hdr->wCreatedMinor, hdr->wSavedMajor, hdr->wSavedMinor, hdr->dwObjectCount,
-                hdr->dwCompression);
+                hdr->wCreatedMinor, hdr->wSavedMajor, hdr->wSavedMinor,
+                static_cast<unsigned>(hdr->dwObjectCount), static_cast<unsigned>(hdr->dwCompression));
   }
   return 0;
 }
