@@ -4,85 +4,71 @@
 // literal that meets a pair of equal bytes closes with the pair's first byte,
 // a repeat shorter than 3 joins the literal that follows it, runs are split
 // into pieces of 128 as they grow, and a repeat still open at the end is
-// written as a repeat whatever its length. The scanning below works eight
-// bytes at a time, because sign frames are mostly long runs.
+// written as a repeat whatever its length.
+//
+// Sign frames are short literals between runs, thousands of each per frame,
+// so the encoder steps from run edge to run edge rather than byte by byte, and
+// both directions move literals with fixed 16-byte copies while there is room
+// for them; the exact, checked forms take over near either end of a buffer.
 #include <algorithm>
-#include <bit>
 #include <cstring>
 
 #include "bulb/BulbCodecs.h"
+#include "bulb/ByteScan.h"
 #include "util/ByteOrder.h"
 
 namespace n4::bulb {
 namespace {
 
-constexpr bool kLittleEndian = std::endian::native == std::endian::little;
+// Room the fast steps of the encoder may write into: a literal's control byte
+// and 32 bytes of copy, then a repeat's two bytes.
+constexpr DWORD kEncodeSlack = 40;
 
-inline std::uint64_t Load64(const BYTE* p) {
-  std::uint64_t v;
-  std::memcpy(&v, p, sizeof v);
-  return v;
-}
-
-// First index in [i, end) whose byte differs from v, or end.
-inline DWORD RepeatEnd(const BYTE* src, DWORD i, DWORD end, BYTE v) {
-  if constexpr (kLittleEndian) {
-    const std::uint64_t pattern = 0x0101010101010101ull * v;
-    while (end - i >= 8) {
-      const std::uint64_t x = Load64(src + i) ^ pattern;
-      if (x != 0) return i + static_cast<DWORD>(std::countr_zero(x) >> 3);
-      i += 8;
-    }
-  }
-  while (i < end && src[i] == v) ++i;
-  return i;
-}
-
-// First index k in [i, end) with src[k] == src[k - 1], or end. REQUIRES i >= 1.
-inline DWORD PairStart(const BYTE* src, DWORD i, DWORD end) {
-  if constexpr (kLittleEndian) {
-    constexpr std::uint64_t kLow = 0x0101010101010101ull;
-    constexpr std::uint64_t kHigh = 0x8080808080808080ull;
-    while (end - i >= 8) {
-      const std::uint64_t x = Load64(src + i) ^ Load64(src + i - 1);
-      // The lowest flagged byte is exact; only bytes above a zero can be
-      // flagged falsely.
-      const std::uint64_t zero = (x - kLow) & ~x & kHigh;
-      if (zero != 0) return i + static_cast<DWORD>(std::countr_zero(zero) >> 3);
-      i += 8;
-    }
-  }
-  while (i < end && src[i] != src[i - 1]) ++i;
-  return i;
-}
-
-inline void Count(const BYTE* p, DWORD n, DWORD* histogram) {
-  for (DWORD j = 0; j < n; ++j) ++histogram[p[j]];
+void CountFrom(const BYTE* src, DWORD first, DWORD end, DWORD* histogram) {
+  if (!histogram || end <= first) return;
+  DWORD counted[256];
+  CountBytes(src + first, end - first, counted);
+  for (int v = 0; v < 256; ++v) histogram[v] += counted[v];
 }
 
 class Output {
  public:
   Output(BYTE* dst, DWORD capacity) : dst_(dst), capacity_(capacity) {}
-  DWORD pos() const { return pos_; }
-  void Skip(DWORD n) { pos_ += n; }
+  DWORD pos = 0;
+
+  bool Roomy() const { return capacity_ - pos >= kEncodeSlack; }
   bool Repeat(DWORD run, BYTE v) {
-    if (capacity_ - pos_ < 2) return false;
-    dst_[pos_++] = static_cast<BYTE>(127 + run);
-    dst_[pos_++] = v;
+    if (capacity_ - pos < 2) return false;
+    dst_[pos] = static_cast<BYTE>(127 + run);
+    dst_[pos + 1] = v;
+    pos += 2;
     return true;
   }
   bool Literal(const BYTE* p, DWORD run) {
-    if (capacity_ - pos_ < run + 1) return false;
-    dst_[pos_++] = static_cast<BYTE>(run - 1);
-    std::memcpy(dst_ + pos_, p, run);
-    pos_ += run;
+    if (capacity_ - pos < run + 1) return false;
+    dst_[pos] = static_cast<BYTE>(run - 1);
+    std::memcpy(dst_ + pos + 1, p, run);
+    pos += run + 1;
     return true;
+  }
+  // REQUIRES: Roomy(), run <= 32 and 32 readable bytes at p.
+  void ShortLiteral(const BYTE* p, DWORD run) {
+    dst_[pos] = static_cast<BYTE>(run - 1);
+    Copy16(dst_ + pos + 1, p);
+    Copy16(dst_ + pos + 17, p + 16);
+    pos += run + 1;
+  }
+  // REQUIRES: Roomy(). Writes the two bytes whether or not they are kept, so
+  // that the choice costs no branch.
+  void RepeatIf(bool keep, DWORD run, BYTE v) {
+    dst_[pos] = static_cast<BYTE>(127 + run);
+    dst_[pos + 1] = v;
+    pos += keep ? 2 : 0;
   }
 
  private:
   BYTE* dst_;
   DWORD capacity_;
-  DWORD pos_ = 0;
 };
 
 }  // namespace
@@ -96,78 +82,92 @@ DWORD StoreRaw(const BYTE* src, DWORD length, BYTE* dst, int* method) {
 DWORD EncodeRle(const BYTE* src, DWORD length, BYTE* dst, DWORD capacity, DWORD* histogram, int* method) {
   if (histogram) std::fill(histogram, histogram + 256, 0u);
   if (capacity < 4) return StoreRaw(src, length, dst, method);
+  // The histogram covers every byte scanned: all but the first when encoding
+  // succeeds, up to the byte that made a literal too long when it falls back.
+  const auto fallBack = [&](DWORD scanned) {
+    CountFrom(src, 1, scanned, histogram);
+    return StoreRaw(src, length, dst, method);
+  };
   WriteLE32(dst, length);
   Output out(dst, capacity);
-  out.Skip(4);
-
-  // The current run ends just before index i: a literal of `run` bytes (one
-  // byte alone may still become a repeat) or a repeat of src[i - 1] with
-  // `run` copies not yet written.
-  bool repeat = false;
-  DWORD run = length != 0 ? 1 : 0;
+  out.pos = 4;
+  if (length == 0) {
+    if (method) *method = N4_BULB_COMPRESS_RLE;
+    return out.pos;
+  }
+  // The literal not yet written is the `run` bytes just before index i; the
+  // first byte starts it unchecked.
+  DWORD run = 1;
   DWORD i = 1;
-  while (i < length) {
-    if (repeat) {
-      const BYTE v = src[i - 1];
-      const DWORD j = RepeatEnd(src, i, length, v);
-      if (histogram) histogram[v] += j - i;
-      const DWORD total = run + (j - i);
-      for (DWORD piece = 0; piece < total / 128; ++piece) {
-        if (!out.Repeat(128, v)) return StoreRaw(src, length, dst, method);
+  for (;;) {
+    // Literal: every byte up to the next pair joins it. Each byte added is
+    // checked against the input length, so the first that fails is the one
+    // at which the check first exceeds it.
+    const DWORD pair = NextEqual(src, i, length);
+    if (pair - i < 128 - run && std::uint64_t{out.pos} + run + (pair - i) < length) {
+      run += pair - i;
+      i = pair;
+    } else {
+      while (i < pair) {
+        const DWORD grow = std::min<DWORD>(128 - run, pair - i);
+        const std::int64_t failing = std::max<std::int64_t>(std::int64_t{length} - out.pos, run + 1);
+        if (failing <= std::int64_t{run} + grow) return fallBack(i + static_cast<DWORD>(failing - run));
+        run += grow;
+        i += grow;
+        if (run == 128) {
+          if (!out.Literal(src + i - 128, 128)) return fallBack(length);
+          run = 0;
+        }
       }
-      run = total % 128;
-      i = j;
-      if (i == length) break;
-      if (histogram) ++histogram[src[i]];
-      if (run >= 3) {
-        if (!out.Repeat(run, v)) return StoreRaw(src, length, dst, method);
-        run = 0;
-      }
-      repeat = false;
-      ++run;
-      ++i;
-      if (std::int64_t{out.pos()} + run + 1 > std::int64_t{length}) return StoreRaw(src, length, dst, method);
-      continue;
+    }
+    if (i == length) {
+      if (run != 0 && !out.Literal(src + length - run, run)) return fallBack(length);
+      break;
     }
 
-    const DWORD pair = PairStart(src, i, length);
-    while (i < pair) {
-      const DWORD grow = std::min<DWORD>(128 - run, pair - i);
-      // The size check runs after every byte added to a literal; it first
-      // fails at the run length that makes the output longer than the input.
-      const std::int64_t failing = std::max<std::int64_t>(std::int64_t{length} - out.pos(), run + 1);
-      if (failing <= std::int64_t{run} + grow) {
-        if (histogram) Count(src + i, static_cast<DWORD>(failing - run), histogram);
-        return StoreRaw(src, length, dst, method);
-      }
-      if (histogram) Count(src + i, grow, histogram);
-      run += grow;
-      i += grow;
-      if (run == 128) {
-        if (!out.Literal(src + i - 128, 128)) return StoreRaw(src, length, dst, method);
-        run = 0;
-      }
-    }
-    if (i == length) break;
     // src[i] repeats src[i - 1]: a literal of two or more closes with the
     // pair's first byte and the repeat starts at its second.
-    if (histogram) ++histogram[src[i]];
+    const BYTE v = src[i];
     if (run >= 2) {
-      if (!out.Literal(src + i - run, run)) return StoreRaw(src, length, dst, method);
+      if (run <= 32 && length - (i - run) >= 32 && out.Roomy()) {
+        out.ShortLiteral(src + i - run, run);
+      } else if (!out.Literal(src + i - run, run)) {
+        return fallBack(length);
+      }
       run = 1;
     } else {
       ++run;
     }
-    repeat = true;
-    ++i;
+
+    // Repeat: to the first byte that differs, in pieces of 128.
+    const DWORD end = NextDiffer(src, i + 1, length, v);
+    run += end - i - 1;
+    if (run >= 128) {
+      for (DWORD piece = run / 128; piece != 0; --piece) {
+        if (!out.Repeat(128, v)) return fallBack(length);
+      }
+      run %= 128;
+    }
+    if (end == length) {
+      if (run != 0 && !out.Repeat(run, v)) return fallBack(length);
+      break;
+    }
+    // A repeat of 3 or more is written; a shorter one joins the literal that
+    // the differing byte starts.
+    const bool written = run >= 3;
+    if (out.Roomy()) {
+      out.RepeatIf(written, run, v);
+    } else if (written && !out.Repeat(run, v)) {
+      return fallBack(length);
+    }
+    run = (written ? 0 : run) + 1;
+    i = end + 1;
+    if (std::uint64_t{out.pos} + run + 1 > length) return fallBack(i);
   }
 
-  if (run != 0) {
-    const bool ok = repeat ? out.Repeat(run, src[length - 1]) : out.Literal(src + length - run, run);
-    if (!ok) return StoreRaw(src, length, dst, method);
-  }
+  CountFrom(src, 1, length, histogram);
   if (method) *method = N4_BULB_COMPRESS_RLE;
-  return out.pos();
+  return out.pos;
 }
 
 DWORD DecodeRle(const BYTE* src, DWORD length, BYTE* dst, DWORD capacity) {
@@ -176,7 +176,44 @@ DWORD DecodeRle(const BYTE* src, DWORD length, BYTE* dst, DWORD capacity) {
   DWORD in = 4;
   DWORD out = 0;
   while (out < limit && in < length) {
-    const BYTE c = src[in++];
+    const BYTE c = src[in];
+    // While a whole token fits on both sides, runs move in fixed 16-byte
+    // steps that may write past the run but never past limit.
+    if (length - in >= 33 && limit - out >= 32) {
+      if (c <= 127) {
+        const DWORD n = DWORD{c} + 1;
+        if (n <= 32) {
+          Copy16(dst + out, src + in + 1);
+          Copy16(dst + out + 16, src + in + 17);
+          out += n;
+          in += n + 1;
+          continue;
+        }
+        if (length - in >= 129 && limit - out >= 128) {
+          for (DWORD k = 0; k < n; k += 16) Copy16(dst + out + k, src + in + 1 + k);
+          out += n;
+          in += n + 1;
+          continue;
+        }
+      } else {
+        const DWORD n = DWORD{c} - 127;
+        const BYTE v = src[in + 1];
+        if (n <= 32) {
+          Fill16(dst + out, v);
+          Fill16(dst + out + 16, v);
+          out += n;
+          in += 2;
+          continue;
+        }
+        if (limit - out >= 128) {
+          for (DWORD k = 0; k < n; k += 16) Fill16(dst + out + k, v);
+          out += n;
+          in += 2;
+          continue;
+        }
+      }
+    }
+    ++in;
     if (c <= 127) {
       const DWORD available = std::min(DWORD{c} + 1, length - in);
       const DWORD n = std::min(available, limit - out);

@@ -1,13 +1,14 @@
 // Methods 2, 3 and 4: most-frequent-value bit packing.
 //
 // A bulb byte that is one of the chosen values costs 1 + log2(values) bits,
-// any other byte 9. Planar frames are mostly background, so both directions
-// take eight background bytes in one step.
+// any other byte 9. Planar frames are mostly background and strokes of one
+// value, so blocks of 16 equal bytes are counted and coded in one step.
 #include <algorithm>
 #include <bit>
 #include <cstring>
 
 #include "bulb/BulbCodecs.h"
+#include "bulb/ByteScan.h"
 #include "util/ByteOrder.h"
 
 namespace n4::bulb {
@@ -17,20 +18,42 @@ int IndexBits(int values) { return values == 4 ? 2 : values == 2 ? 1 : 0; }
 
 bool ValidValueCount(int values) { return values == 4 || values == 2 || values == 1; }
 
-// Most significant bit first, flushed 32 bits at a time.
+// Most significant bit first. Codes gather in a 64-bit accumulator; while
+// the destination has room, every step stores eight bytes and keeps the
+// partly filled one, so no step branches on how many bits it holds. Near the
+// end of the destination whole bytes are written one by one, checked.
 class BitWriter {
  public:
+  // Room for one Step of up to 4 x 16 bytes coded at 9 bits plus the store.
+  static constexpr std::ptrdiff_t kStepRoom = 4 * 18 + 8;
+
   BitWriter(BYTE* dst, DWORD capacity) : p_(dst), end_(dst + capacity) {}
 
-  void Put(std::uint32_t code, int bits) {
+  bool Roomy() const { return end_ - p_ >= kStepRoom; }
+  // REQUIRES: Roomy() before the step's first Put, 1 <= bits <= 56.
+  void PutFast(std::uint64_t code, int bits) {
     acc_ = (acc_ << bits) | code;
     held_ += bits;
-    if (held_ >= 32) Flush32();
+    const std::uint64_t top = acc_ << (64 - held_);
+    BYTE bytes[8];
+    for (int b = 0; b < 8; ++b) bytes[b] = static_cast<BYTE>(top >> (56 - 8 * b));
+    std::memcpy(p_, bytes, 8);
+    p_ += held_ >> 3;
+    held_ &= 7;
   }
-  void Zeros(int bits) {
-    acc_ <<= bits;
+  // REQUIRES: bits <= 56.
+  void Put(std::uint64_t code, int bits) {
+    acc_ = (acc_ << bits) | code;
     held_ += bits;
-    if (held_ >= 32) Flush32();
+    while (held_ >= 8) {
+      if (p_ == end_) {
+        overflow_ = true;
+        held_ = 0;
+        return;
+      }
+      held_ -= 8;
+      *p_++ = static_cast<BYTE>(acc_ >> held_);
+    }
   }
   bool overflow() const { return overflow_; }
 
@@ -38,29 +61,12 @@ class BitWriter {
   // counted the partly filled byte, even when it is empty. Returns the bytes
   // written in all, or 0 on overflow.
   DWORD Finish(const BYTE* start) {
-    const int bytes = held_ / 8 + 1;
-    if (overflow_ || end_ - p_ < bytes) return 0;
-    const std::uint64_t aligned = acc_ << (bytes * 8 - held_);
-    for (int b = bytes - 1; b >= 0; --b) *p_++ = static_cast<BYTE>(aligned >> (8 * b));
+    if (overflow_ || p_ == end_) return 0;
+    *p_++ = static_cast<BYTE>(acc_ << (8 - held_));
     return static_cast<DWORD>(p_ - start);
   }
 
  private:
-  void Flush32() {
-    held_ -= 32;
-    if (end_ - p_ < 4) {
-      overflow_ = true;
-      p_ = end_;
-      return;
-    }
-    const auto word = static_cast<std::uint32_t>(acc_ >> held_);
-    p_[0] = static_cast<BYTE>(word >> 24);
-    p_[1] = static_cast<BYTE>(word >> 16);
-    p_[2] = static_cast<BYTE>(word >> 8);
-    p_[3] = static_cast<BYTE>(word);
-    p_ += 4;
-  }
-
   BYTE* p_;
   BYTE* end_;
   std::uint64_t acc_ = 0;
@@ -95,14 +101,22 @@ class BitReader {
 }  // namespace
 
 void CountBytes(const BYTE* src, DWORD length, DWORD* histogram) {
-  // Four tables avoid the store-to-load stall of runs of one value.
+  // Four tables avoid the store-to-load stall of runs of one value; blocks of
+  // one value, most of a sign frame, are counted whole.
   DWORD partial[4][256] = {};
   DWORD i = 0;
-  for (; length - i >= 4; i += 4) {
-    ++partial[0][src[i]];
-    ++partial[1][src[i + 1]];
-    ++partial[2][src[i + 2]];
-    ++partial[3][src[i + 3]];
+  for (; length - i >= 16; i += 16) {
+    const BYTE* p = src + i;
+    if (All16(p, p[0])) {
+      partial[0][p[0]] += 16;
+      continue;
+    }
+    for (int k = 0; k < 16; k += 4) {
+      ++partial[0][p[k]];
+      ++partial[1][p[k + 1]];
+      ++partial[2][p[k + 2]];
+      ++partial[3][p[k + 3]];
+    }
   }
   for (; i < length; ++i) ++partial[0][src[i]];
   for (int v = 0; v < 256; ++v) histogram[v] = partial[0][v] + partial[1][v] + partial[2][v] + partial[3][v];
@@ -133,33 +147,42 @@ DWORD EncodeTop(int values, const BYTE* src, DWORD length, BYTE* dst, DWORD capa
   TopValues(histogram, values, chosen);
 
   const int indexBits = IndexBits(values);
-  std::uint16_t code[256];
-  std::uint8_t bits[256];
-  for (int v = 0; v < 256; ++v) {
-    code[v] = static_cast<std::uint16_t>(0x100 | v);
-    bits[v] = 9;
+  const int shortCode = 1 + indexBits;
+  // Each value's code in the high bits and its length in the low byte.
+  std::uint32_t table[256];
+  for (int v = 0; v < 256; ++v) table[v] = static_cast<std::uint32_t>(((0x100 | v) << 8) | 9);
+  // Sixteen copies of a chosen value's code, for blocks of one value.
+  std::uint64_t block[4] = {};
+  for (int k = values - 1; k >= 0; --k) {
+    table[chosen[k]] = static_cast<std::uint32_t>((k << 8) | shortCode);
+    for (int copy = 0; copy < 16; ++copy) block[k] = (block[k] << shortCode) | static_cast<std::uint64_t>(k);
   }
-  for (int k = 0; k < values; ++k) {
-    code[chosen[k]] = static_cast<std::uint16_t>(k);
-    bits[chosen[k]] = static_cast<std::uint8_t>(1 + indexBits);
-  }
+  const int blockBits = 16 * shortCode;
 
   WriteLE32(dst, length);
   std::memcpy(dst + 4, chosen, static_cast<size_t>(values));
   BitWriter out(dst + header, capacity - header);
-  const std::uint64_t background = 0x0101010101010101ull * chosen[0];
   DWORD i = 0;
-  for (; length - i >= 8; i += 8) {
-    std::uint64_t eight;
-    std::memcpy(&eight, src + i, 8);
-    if (eight == background) {
-      out.Zeros(8 * (1 + indexBits));
-    } else {
-      for (int j = 0; j < 8; ++j) out.Put(code[src[i + j]], bits[src[i + j]]);
+  for (; length - i >= 16 && out.Roomy(); i += 16) {
+    const BYTE* p = src + i;
+    const std::uint32_t first = table[p[0]];
+    if ((first & 0xFF) != 9 && All16(p, p[0])) {
+      out.PutFast(block[first >> 8], blockBits);
+      continue;
     }
-    if (out.overflow()) return 0;
+    for (int k = 0; k < 16; k += 4) {
+      const std::uint32_t a = table[p[k]], b = table[p[k + 1]], c = table[p[k + 2]], d = table[p[k + 3]];
+      std::uint64_t code = a >> 8;
+      code = (code << (b & 0xFF)) | (b >> 8);
+      code = (code << (c & 0xFF)) | (c >> 8);
+      code = (code << (d & 0xFF)) | (d >> 8);
+      out.PutFast(code, static_cast<int>((a & 0xFF) + (b & 0xFF) + (c & 0xFF) + (d & 0xFF)));
+    }
   }
-  for (; i < length; ++i) out.Put(code[src[i]], bits[src[i]]);
+  for (; i < length && !out.overflow(); ++i) {
+    const std::uint32_t e = table[src[i]];
+    out.Put(e >> 8, static_cast<int>(e & 0xFF));
+  }
   const DWORD written = out.Finish(dst + header);
   return written == 0 ? 0 : header + written;
 }

@@ -2,10 +2,12 @@
 // the fast encoder against the byte-at-a-time model.
 #include <gtest/gtest.h>
 
+#include <random>
 #include <string>
 
 #include "RleModel.h"
 #include "SignContent.h"
+#include "bulb/BulbCodecs.h"
 #include "n4file/BulbData.h"
 
 namespace {
@@ -119,6 +121,39 @@ TEST(Rle, AgreesWithTheModel) {
     ASSERT_EQ(got.histogram, want.histogram);
     if (got.method == N4_BULB_COMPRESS_RLE) {
       ASSERT_EQ(Decode(got.stream, static_cast<DWORD>(in.size())), in);
+    }
+  }
+}
+
+// Lengths and run positions around the 16- and 32-byte steps of the scans
+// and copies, encoded both into a roomy buffer and into one no larger than
+// the input (as the chunk copy does), where a stream that would not fit must
+// fall back to raw. Decoding into a destination of exactly the count must
+// give the input back whichever path each token takes.
+TEST(Rle, AgreesWithTheModelAtStepBoundaries) {
+  std::mt19937 rng(11);
+  for (size_t length : {1, 2, 15, 16, 17, 31, 32, 33, 34, 47, 48, 63, 64, 65, 129, 200}) {
+    for (int trial = 0; trial < 60; ++trial) {
+      Bytes in(length);
+      const int maxRun = 1 + trial % 40;
+      for (size_t k = 0; k < length;) {
+        const BYTE v = static_cast<BYTE>(rng() % 3);
+        for (size_t r = 1 + rng() % static_cast<unsigned>(maxRun); r != 0 && k < length; --r) in[k++] = v;
+      }
+      SCOPED_TRACE(testing::Message() << length << " bytes, trial " << trial);
+      const n4test::RleModelResult want = n4test::ModelRle(in);
+      ASSERT_EQ(Encode(in).stream, want.stream);
+
+      const auto n = static_cast<DWORD>(length);
+      Bytes tight(n);
+      int method = -1;
+      tight.resize(n4::bulb::EncodeRle(in.data(), n, tight.data(), n, nullptr, &method));
+      const bool fits = want.stream.size() <= length;
+      ASSERT_EQ(tight, fits ? want.stream : in);
+      ASSERT_EQ(method, fits ? want.method : N4_BULB_COMPRESS_NONE);
+      if (want.method == N4_BULB_COMPRESS_RLE) {
+        ASSERT_EQ(Decode(want.stream, n), in);
+      }
     }
   }
 }

@@ -2,6 +2,7 @@
 // choice, and the size estimates that pick among them.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <numeric>
 
 #include "SignContent.h"
@@ -74,6 +75,63 @@ TEST(TopN, RoundTripsSignContent) {
                              static_cast<DWORD>(out.size())),
                 in.size());
       ASSERT_EQ(out, in);
+    }
+  }
+}
+
+// The stream written bit by bit, straight from the layout, for inputs that
+// reach every step of the encoder: blocks of one value (chosen or not)
+// beside mixed ones, and lengths around the 16-byte blocks.
+Bytes ModelTop(int values, const Bytes& in) {
+  DWORD histogram[256] = {};
+  for (BYTE b : in) ++histogram[b];
+  BYTE chosen[4];
+  n4::bulb::TopValues(histogram, values, chosen);
+  Bytes out = {static_cast<BYTE>(in.size()), static_cast<BYTE>(in.size() >> 8), static_cast<BYTE>(in.size() >> 16),
+               static_cast<BYTE>(in.size() >> 24)};
+  out.insert(out.end(), chosen, chosen + values);
+  std::vector<bool> bits;
+  auto put = [&](unsigned v, int n) {
+    for (int k = n - 1; k >= 0; --k) bits.push_back((v >> k) & 1);
+  };
+  for (BYTE b : in) {
+    const BYTE* hit = std::find(chosen, chosen + values, b);
+    if (hit != chosen + values) {
+      put(0, 1);
+      put(static_cast<unsigned>(hit - chosen), values == 4 ? 2 : values == 2 ? 1 : 0);
+    } else {
+      put(0x100u | b, 9);
+    }
+  }
+  for (size_t k = 0; k < bits.size() / 8 + 1; ++k) {
+    BYTE byte = 0;
+    for (size_t j = 0; j < 8; ++j) byte = static_cast<BYTE>(byte << 1 | (8 * k + j < bits.size() && bits[8 * k + j]));
+    out.push_back(byte);
+  }
+  return out;
+}
+
+TEST(TopN, AgreesWithTheBitByBitLayout) {
+  std::vector<Bytes> inputs;
+  for (size_t length : {15, 16, 17, 31, 32, 33, 95, 96, 97, 300}) {
+    for (std::uint32_t seed = 1; seed <= 6; ++seed) {
+      inputs.push_back(n4test::RunnyBytes(length, 1 + static_cast<int>(seed) * 6, 2 + static_cast<int>(seed % 4), seed));
+    }
+    inputs.push_back(n4test::RandomBytes(length, static_cast<std::uint32_t>(length)));
+  }
+  for (DWORD color : {Mono1, Tri256, RGB16M}) inputs.push_back(n4test::PlanarTextFrame(64, 200, color, color));
+  for (const Method& m : kMethods) {
+    const int values = m.compress == CN4BulbData::CompressTop4 ? 4 : m.compress == CN4BulbData::CompressTop2 ? 2 : 1;
+    for (const Bytes& in : inputs) {
+      SCOPED_TRACE(testing::Message() << m.name << ", " << in.size() << " bytes");
+      const Bytes want = ModelTop(values, in);
+      ASSERT_EQ(Encode(m.compress, in), want);
+      // Too small a destination by one byte gives nothing rather than a
+      // clipped stream.
+      Bytes small(want.size() - 1);
+      ASSERT_EQ(n4::bulb::EncodeTop(values, in.data(), static_cast<DWORD>(in.size()), small.data(),
+                                    static_cast<DWORD>(small.size()), nullptr),
+                0u);
     }
   }
 }
