@@ -154,6 +154,11 @@ class N4FILE_API CN4RiffChunk {
   void* AppendHeaderToFile(CN4RiffFile* file, DWORD id, DWORD size, DWORD type);
   // Adds the mapping's displacement to one pointer (null stays null).
   static void Rebase(std::byte*& p, void* newBase, void* oldBase);
+  // The attach of a record held in one chunk: views the chunk at p and
+  // returns the next chunk's address when its ID is `id` and its body holds
+  // at least minBodySize bytes (the record's fields lie inside it); null for
+  // a null p or another chunk, which leaves this object detached.
+  void* AttachRecord(void* chunk, DWORD id, DWORD minBodySize);
 
  private:
   void* AppendChunk(CN4RiffFile* file, DWORD id, DWORD size, DWORD type, bool ownAttach);

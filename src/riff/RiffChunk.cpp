@@ -20,6 +20,16 @@ void* CN4RiffChunk::CopyEx(void* dest, int, int) {
 
 void* CN4RiffChunk::AttachToFile(void* chunk) { return ParseChunk(chunk, &m_Chunk); }
 
+void* CN4RiffChunk::AttachRecord(void* chunk, DWORD id, DWORD minBodySize) {
+  if (!chunk) return nullptr;
+  void* next = ParseChunk(chunk, &m_Chunk);
+  if (n4::ReadLE32(chunk) != id || GetSize() < minBodySize) {
+    m_Chunk = _RIFFCHUNK{};
+    return nullptr;
+  }
+  return next;
+}
+
 void CN4RiffChunk::Rebase(std::byte*& p, void* newBase, void* oldBase) {
   if (!p) return;
   // Integer arithmetic: the two bases belong to different mappings.

@@ -1,5 +1,4 @@
 #include "n4file/RiffFile.h"
-#include "util/ByteOrder.h"
 
 N4_IMPLEMENT_DYNCREATE(CN4RiffHdr)
 
@@ -8,9 +7,5 @@ void* CN4RiffHdr::AppendToFile(CN4RiffFile* file) {
 }
 
 void* CN4RiffHdr::AttachToFile(void* chunk) {
-  if (!chunk) return nullptr;
-  void* next = ParseChunk(chunk, &m_Chunk);
-  if (n4::ReadLE32(m_Chunk.pChunk) != n4::kFourccN4HD) return nullptr;
-  if (GetSize() < sizeof(tag_N4_RIFF_FILE_DATA)) return nullptr;
-  return next;
+  return AttachRecord(chunk, n4::kFourccN4HD, sizeof(tag_N4_RIFF_FILE_DATA));
 }

@@ -12,13 +12,7 @@ void* CN4CommandHdr::AppendToFile(CN4RiffFile* file) {
 }
 
 void* CN4CommandHdr::AttachToFile(void* chunk) {
-  if (!chunk) return nullptr;
-  void* next = ParseChunk(chunk, &m_Chunk);
-  if (n4::ReadLE32(chunk) != n4::kFourccCmdh || GetSize() < sizeof(tag_N4_CMD_HDR)) {
-    m_Chunk = _RIFFCHUNK{};
-    return nullptr;
-  }
-  return next;
+  return AttachRecord(chunk, n4::kFourccCmdh, sizeof(tag_N4_CMD_HDR));
 }
 
 CN4CmdFrame::CN4CmdFrame() {

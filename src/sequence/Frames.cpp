@@ -34,16 +34,8 @@ void* FixedRecordFrame::AppendToFile(CN4RiffFile* file) {
 }
 
 void* FixedRecordFrame::AttachToFile(void* chunk) {
-  if (!chunk) return nullptr;
-  void* next = ParseChunk(chunk, &m_Chunk);
-  if (ReadLE32(chunk) != m_dwId) return nullptr;
-  // The record's fields must lie inside the chunk.
-  const DWORD needed = m_dwId == kFourccTxd ? sizeof(tag_N4_TXD_FRM) : m_dwBodySize;
-  if (GetSize() < needed) {
-    m_Chunk = _RIFFCHUNK{};
-    return nullptr;
-  }
-  return next;
+  // A text-data record needs its fixed part; its text may be shorter.
+  return AttachRecord(chunk, m_dwId, m_dwId == kFourccTxd ? sizeof(tag_N4_TXD_FRM) : m_dwBodySize);
 }
 
 }  // namespace n4

@@ -12,13 +12,7 @@ void* CN4GraphicHdr::AppendToFile(CN4RiffFile* file) {
 }
 
 void* CN4GraphicHdr::AttachToFile(void* chunk) {
-  if (!chunk) return nullptr;
-  void* next = ParseChunk(chunk, &m_Chunk);
-  if (n4::ReadLE32(chunk) != n4::kFourccGrph || GetSize() < sizeof(tag_N4_GRP_HDR)) {
-    m_Chunk = _RIFFCHUNK{};
-    return nullptr;
-  }
-  return next;
+  return AttachRecord(chunk, n4::kFourccGrph, sizeof(tag_N4_GRP_HDR));
 }
 
 DWORD CN4GphFrame::BytesRequired(CN4RiffFile* file) const {
