@@ -89,7 +89,7 @@ int CN4RiffFile::BuildObjectArray(int upTo) {
     if (!object) return 0;
     // Deliberate guard: the header is expected to be reached in the same pass
     // as the INFO list in front of it, never as the first chunk of a pass.
-    if (first && n4::KindOf<CN4RiffHdr>(object.get())) return 0;
+    if (first && object->GetRuntimeClass() == CN4RiffHdr::ThisClass()) return 0;
     if (!object->AttachToFile(m_pNextUnparsed)) return 0;
     m_aObjects.push_back(std::move(object));
     m_pNextUnparsed = static_cast<std::byte*>(NextChunkPtr(m_pNextUnparsed));
