@@ -160,11 +160,10 @@ class N4FILE_API CN4RiffChunk {
   // a null p or another chunk, which leaves this object detached.
   void* AttachRecord(void* chunk, DWORD id, DWORD minBodySize);
 
+  _RIFFCHUNK m_Chunk;
+
  private:
   void* AppendChunk(CN4RiffFile* file, DWORD id, DWORD size, DWORD type, bool ownAttach);
- protected:
-
-  _RIFFCHUNK m_Chunk;
 };
 
 namespace n4 {
