@@ -13,6 +13,8 @@ for exe in build/fuzz/fuzz/n4file_*_fuzz; do
   name=$(basename "$exe")
   corpus=build/fuzz/corpus/$name
   mkdir -p "$corpus"
+  seeds=fuzz/${name#n4file_}; seeds=${seeds%_fuzz}/seeds
+  [ -d "$seeds" ] && cp -n "$seeds"/* "$corpus"/ 2>/dev/null || true
   echo "== $name ($seconds s)"
   "$exe" -max_total_time="$seconds" -rss_limit_mb=4096 "$corpus"
 done

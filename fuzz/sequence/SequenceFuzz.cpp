@@ -2,6 +2,7 @@
 // opened read-only and walked as a player walks it, then opened for editing
 // and saved. Nothing may read or write outside the file's mapping, and a
 // save, when the file opens for editing, must succeed and read back.
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
@@ -37,7 +38,10 @@ void Walk(CN4SequenceFile& f) {
       CN4BulbData* bulb = g->GetBulbObj();
       if (!bulb->GetBulbCompInfoPtr()) continue;
       bulb->SetCompressMethod(static_cast<int>(g->GphHdr()->dwCompressMethod));
-      scratch.assign(8 + bulb->GetBulbCompInfoPtr()->FrameSize() + 64, std::byte{0});
+      // Expansion writes at most one frame, never more than the size ceiling;
+      // a damaged start record may claim a sign of any size.
+      const DWORD frame = std::min(bulb->GetBulbCompInfoPtr()->FrameSize(), n4::kMaxFrameSize);
+      scratch.assign(8 + frame + 64, std::byte{0});
       bulb->CopyEx(scratch.data(), 0, 1);
     } else if (auto* c = dynamic_cast<CN4CmdFrame*>(frame)) {
       for (int k = 0; k < CN4CmdFrame::kSlots; ++k) (void)c->GetPtrToCommandString(k);

@@ -1,4 +1,5 @@
 // CN4RiffFile: the array of top-level objects, lazy parsing, header and INFO.
+#include <algorithm>
 #include <cstring>
 
 #include "n4file/RiffFile.h"
@@ -119,7 +120,11 @@ CN4RiffChunk* CN4RiffFile::FindObject(DWORD code, int hint, int* index) {
 int CN4RiffFile::GetObjectCount() {
   if (IsWriteable()) return GetArraySize();
   tag_N4_RIFF_FILE_DATA* hdr = RiffHdr();
-  return hdr ? static_cast<int>(hdr->dwObjectCount) : 0;
+  if (!hdr) return 0;
+  // A damaged header may claim any count, and callers loop over it: no file
+  // holds more chunks than its bytes allow (a chunk takes 8 bytes at least).
+  const std::uint64_t room = m_pEnd > m_Chunk.pData ? static_cast<std::uint64_t>(m_pEnd - m_Chunk.pData) : 0;
+  return static_cast<int>(std::min<std::uint64_t>(hdr->dwObjectCount, room / 8));
 }
 
 tag_N4_RIFF_FILE_DATA* CN4RiffFile::RiffHdr() {

@@ -87,6 +87,18 @@ TEST(RiffDamage, CraftedDamageFailsToParseWithoutCrashing) {
   }
 }
 
+TEST(RiffDamage, AHeaderCountingMoreObjectsThanTheFileHoldsIsBounded) {
+  n4test::TempDir dir;
+  std::string bytes = SampleBytes(dir);
+  const std::size_t hdr = bytes.find("n4hd") + 8;
+  n4::WriteLE32(bytes.data() + hdr + 520, 0xFFFFFFF0u);
+  n4test::WriteFile(dir.File("lying"), bytes);
+  CTestBlobFile f;
+  ASSERT_EQ(f.Open(dir.File("lying"), OpenReadOnly), 1);
+  EXPECT_GT(f.GetObjectCount(), 4);
+  EXPECT_LE(f.GetObjectCount(), static_cast<int>(bytes.size() / 8));
+}
+
 TEST(RiffDamage, AnEmptyFileDoesNotOpen) {
   n4test::TempDir dir;
   n4test::WriteFile(dir.File("empty"), "");
