@@ -15,12 +15,8 @@ using n4test::WriteFile;
 
 class RiffFileTest : public ::testing::Test {
  protected:
-  RiffFileTest() : scoped_(&env_) {
-    env_.tempDir = tmp_.path() + "/";
-  }
-
   // Working files left in the temporary directory.
-  int TempFiles() const { return static_cast<int>(tmp_.List().size()); }
+  int TempFiles() const { return faults_.TempFiles(); }
 
   // A saved file: INFO, header and three blobs of different sizes.
   std::string MakeSample(const std::string& name) {
@@ -37,9 +33,8 @@ class RiffFileTest : public ::testing::Test {
   }
 
   n4test::TempDir dir_;
-  n4test::TempDir tmp_;
-  n4test::FaultEnv env_;
-  n4::ScopedEnv scoped_;
+  n4test::ScopedFaultEnv faults_;
+  n4test::FaultEnv& env_ = faults_.env;
 };
 
 TEST_F(RiffFileTest, CreatedFileReadsBackReadOnly) {
@@ -375,7 +370,7 @@ TEST_F(RiffFileTest, FileInformationDescribesTheWorkingFile) {
 TEST_F(RiffFileTest, TemporaryNamesCarryThePrefix) {
   std::string name;
   ASSERT_EQ(CN4RiffFile::GetTmpN4File(name), 1);
-  EXPECT_EQ(name.rfind(tmp_.path() + "/SQ4", 0), 0u) << name;
+  EXPECT_EQ(name.rfind(faults_.tmp.path() + "/SQ4", 0), 0u) << name;
   EXPECT_TRUE(n4test::Exists(name));
 }
 

@@ -86,10 +86,7 @@ void ExpectContent(CN4SequenceFile& f, const Expected& e, const Sign& sign) {
 
 TEST(SequenceScenario, EverySignAndCompressionRoundTrips) {
   n4test::TempDir dir;
-  n4test::TempDir tmp;
-  n4test::FaultEnv env;
-  env.tempDir = tmp.path() + "/";
-  n4::ScopedEnv scoped(&env);
+  n4test::ScopedFaultEnv faults;
   for (const Sign& sign : kSigns) {
     for (DWORD compression : kCompression) {
       SCOPED_TRACE("colour " + std::to_string(sign.color) + " compression " + std::to_string(compression));
@@ -142,7 +139,7 @@ TEST(SequenceScenario, EverySignAndCompressionRoundTrips) {
         }
       }
       EXPECT_NE(dynamic_cast<CN4CmdFrame*>(f.Frame(4)), nullptr);
-      EXPECT_TRUE(tmp.List().empty());
+      EXPECT_EQ(faults.TempFiles(), 0);
     }
   }
 }

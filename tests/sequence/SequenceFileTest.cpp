@@ -13,13 +13,10 @@ using n4test::Bytes;
 
 class SequenceFileTest : public ::testing::Test {
  protected:
-  SequenceFileTest() : scoped_(&env_) { env_.tempDir = tmp_.path() + "/"; }
   std::string Path(const std::string& name) const { return dir_.File(name); }
 
   n4test::TempDir dir_;
-  n4test::TempDir tmp_;
-  n4test::FaultEnv env_;
-  n4::ScopedEnv scoped_;
+  n4test::ScopedFaultEnv faults_;
 };
 
 TEST_F(SequenceFileTest, ANewSequenceHoldsStartAndEndFrames) {

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "platform/Env.h"
+#include "support/TestSupport.h"
 
 namespace n4test {
 
@@ -31,6 +32,16 @@ class FaultEnv : public n4::EnvWrapper {
   bool GetTempDirectory(std::string* dir, n4::SysError* err) override;
   bool ReplaceFile(const std::string& from, const std::string& to, n4::SysError* err) override;
   bool GetDiskFreeSpace(const std::string& root, n4::DiskFreeSpace* space, n4::SysError* err) override;
+};
+
+// A FaultEnv installed for the scope, its temporary files kept in a
+// directory of their own so that a test can see what a failure left behind.
+struct ScopedFaultEnv {
+  TempDir tmp;
+  FaultEnv env;
+  n4::ScopedEnv scoped{&env};
+  ScopedFaultEnv() { env.tempDir = tmp.path() + "/"; }
+  int TempFiles() const { return static_cast<int>(tmp.List().size()); }
 };
 
 }  // namespace n4test
