@@ -10,11 +10,14 @@
 // so the encoder steps from run edge to run edge rather than byte by byte, and
 // both directions move literals with fixed 16-byte copies while there is room
 // for them; the exact, checked forms take over near either end of a buffer.
+// Both directions also replay repeats (see RepeatMemo.h): identical bit planes
+// are coded and decoded once and copied after that.
 #include <algorithm>
 #include <cstring>
 
 #include "bulb/BulbCodecs.h"
 #include "bulb/ByteScan.h"
+#include "bulb/RepeatMemo.h"
 #include "util/ByteOrder.h"
 
 namespace n4::bulb {
@@ -23,6 +26,11 @@ namespace {
 // Room the fast steps of the encoder may write into: a literal's control byte
 // and 32 bytes of copy, then a repeat's two bytes.
 constexpr DWORD kEncodeSlack = 40;
+
+// Replaying fewer bytes than this from an earlier repeat costs more than
+// coding them.
+constexpr DWORD kMinReplay = 48;
+constexpr DWORD kMinDistance = 256;
 
 void CountFrom(const BYTE* src, DWORD first, DWORD end, DWORD* histogram) {
   if (!histogram || end <= first) return;
@@ -71,6 +79,106 @@ class Output {
   DWORD capacity_;
 };
 
+
+// Whether to look for a repeat at a token: about one token in sixteen, chosen
+// by its control byte so that both copies of a repeat choose the same ones.
+inline bool Sampled(BYTE control) { return (control & 7) == 7; }
+
+struct Position {
+  DWORD in;
+  DWORD out;
+};
+
+struct RoomyStop {
+  Position at;
+  bool sampled;  // stopped before a sampled token rather than for room
+};
+
+// Decodes tokens while each fits on both sides with room for the fixed
+// 16-byte steps, which may write past the token but never past limit. With
+// kSample it stops before each sampled token but the first when that one was
+// just looked at. No calls inside: the position stays in registers.
+template <bool kSample>
+RoomyStop DecodeRoomy(const BYTE* src, DWORD length, BYTE* dst, DWORD limit, Position at, bool skipFirst) {
+  DWORD in = at.in;
+  DWORD out = at.out;
+  bool skip = skipFirst;
+  while (length - in >= 33 && limit - out >= 32) {
+    const BYTE c = src[in];
+    if constexpr (kSample) {
+      if (Sampled(c) && !skip) return {{in, out}, true};
+      skip = false;
+    }
+    if (c <= 127) {
+      const DWORD n = DWORD{c} + 1;
+      if (n <= 32) {
+        Copy16(dst + out, src + in + 1);
+        Copy16(dst + out + 16, src + in + 17);
+      } else if (length - in >= 129 && limit - out >= 128) {
+        for (DWORD k = 0; k < n; k += 16) Copy16(dst + out + k, src + in + 1 + k);
+      } else {
+        break;
+      }
+      out += n;
+      in += n + 1;
+    } else {
+      const DWORD n = DWORD{c} - 127;
+      const BYTE v = src[in + 1];
+      if (n <= 32) {
+        Fill16(dst + out, v);
+        Fill16(dst + out + 16, v);
+      } else if (limit - out >= 128) {
+        for (DWORD k = 0; k < n; k += 16) Fill16(dst + out + k, v);
+      } else {
+        break;
+      }
+      out += n;
+      in += 2;
+    }
+  }
+  return {{in, out}, false};
+}
+
+// At a sampled token edge: marks it and, when the stream from here repeats
+// what followed an earlier mark far enough back, copies what that decoded to
+// and returns the edge after the copy; otherwise returns `at`.
+Position ReplayDecoded(RepeatMemo& memo, const BYTE* src, DWORD length, BYTE* dst, DWORD limit, Position at) {
+  const DWORD seen = memo.Record(RepeatMemo::Hash(detail::Load64(src + at.in)), {at.in, at.out, 0});
+  if (seen == RepeatMemo::kNone || at.in - memo[seen].in < kMinDistance) return at;
+  const CodeMark& then = memo[seen];
+  const CodeMark& upto = memo[ReplayableMarks(memo, seen, 0, src, at.in - then.in, length)];
+  const DWORD produced = upto.out - then.out;
+  if (produced < kMinReplay || produced > limit - at.out) return at;
+  std::memcpy(dst + at.out, dst + then.out, produced);
+  return {at.in + (upto.in - then.in), at.out + produced};
+}
+
+
+// The encoder between two steps: the next byte to look at, the literal bytes
+// before it not yet written (1 to 3 here), and the bytes written.
+struct EncodeState {
+  DWORD i;
+  DWORD run;
+  DWORD pos;
+};
+
+// At a sampled step of the encoder: marks it and, when the input from the
+// pending literal on repeats what followed an earlier mark in the same state
+// far enough back, copies what was written for it then and returns the state
+// after the copy; otherwise returns `at`. The copy is taken only when the
+// coder could not have fallen back to raw inside it.
+EncodeState ReplayEncoded(RepeatMemo& memo, std::uint64_t hash, const BYTE* src, DWORD length, BYTE* dst,
+                          EncodeState at) {
+  const DWORD seen = memo.Record(hash, {at.i, at.pos, at.run});
+  if (seen == RepeatMemo::kNone) return at;
+  const CodeMark& then = memo[seen];
+  if (then.state != at.run || at.i - then.in < kMinDistance) return at;
+  const CodeMark& upto = memo[ReplayableMarks(memo, seen, at.run, src, at.i - then.in, length)];
+  const DWORD written = upto.out - then.out;
+  if (upto.in - then.in < kMinReplay || std::uint64_t{at.pos} + written + upto.state + 1 > length) return at;
+  std::memcpy(dst + at.pos, dst + then.out, written);
+  return {at.i + (upto.in - then.in), upto.state, at.pos + written};
+}
 }  // namespace
 
 DWORD StoreRaw(const BYTE* src, DWORD length, BYTE* dst, int* method) {
@@ -99,7 +207,19 @@ DWORD EncodeRle(const BYTE* src, DWORD length, BYTE* dst, DWORD capacity, DWORD*
   // first byte starts it unchecked.
   DWORD run = 1;
   DWORD i = 1;
+  RepeatMemo* memo = length >= RepeatMemo::kMinLength ? &RepeatMemo::Begin(length) : nullptr;
   for (;;) {
+    // Input that repeats input already coded, from the same state, codes to
+    // what that did.
+    if (memo && length - (i - run) >= 8) {
+      const std::uint64_t hash = RepeatMemo::Hash(detail::Load64(src + i - run));
+      if (RepeatMemo::Sampled(hash)) {
+        const EncodeState next = ReplayEncoded(*memo, hash, src, length, dst, {i, run, out.pos});
+        i = next.i;
+        run = next.run;
+        out.pos = next.pos;
+      }
+    }
     // Literal: every byte up to the next pair joins it. Each byte added is
     // checked against the input length, so the first that fails is the one
     // at which the check first exceeds it.
@@ -173,61 +293,38 @@ DWORD EncodeRle(const BYTE* src, DWORD length, BYTE* dst, DWORD capacity, DWORD*
 DWORD DecodeRle(const BYTE* src, DWORD length, BYTE* dst, DWORD capacity) {
   if (length < 5) return 0;
   const DWORD limit = std::min<DWORD>(ReadLE32(src), capacity);
-  DWORD in = 4;
-  DWORD out = 0;
-  while (out < limit && in < length) {
-    const BYTE c = src[in];
-    // While a whole token fits on both sides, runs move in fixed 16-byte
-    // steps that may write past the run but never past limit.
-    if (length - in >= 33 && limit - out >= 32) {
-      if (c <= 127) {
-        const DWORD n = DWORD{c} + 1;
-        if (n <= 32) {
-          Copy16(dst + out, src + in + 1);
-          Copy16(dst + out + 16, src + in + 17);
-          out += n;
-          in += n + 1;
-          continue;
-        }
-        if (length - in >= 129 && limit - out >= 128) {
-          for (DWORD k = 0; k < n; k += 16) Copy16(dst + out + k, src + in + 1 + k);
-          out += n;
-          in += n + 1;
-          continue;
-        }
-      } else {
-        const DWORD n = DWORD{c} - 127;
-        const BYTE v = src[in + 1];
-        if (n <= 32) {
-          Fill16(dst + out, v);
-          Fill16(dst + out + 16, v);
-          out += n;
-          in += 2;
-          continue;
-        }
-        if (limit - out >= 128) {
-          for (DWORD k = 0; k < n; k += 16) Fill16(dst + out + k, v);
-          out += n;
-          in += 2;
-          continue;
-        }
-      }
+  RepeatMemo* memo = length >= RepeatMemo::kMinLength ? &RepeatMemo::Begin(length) : nullptr;
+  Position at{4, 0};
+  bool sampledHere = false;
+  while (at.out < limit && at.in < length) {
+    const RoomyStop stop = memo ? DecodeRoomy<true>(src, length, dst, limit, at, sampledHere)
+                                : DecodeRoomy<false>(src, length, dst, limit, at, false);
+    at = stop.at;
+    sampledHere = false;
+    if (stop.sampled) {
+      // Tokens that repeat earlier tokens decode to what those did.
+      const Position next = ReplayDecoded(*memo, src, length, dst, limit, at);
+      sampledHere = next.in == at.in;
+      at = next;
+      continue;
     }
-    ++in;
+    if (at.out >= limit || at.in >= length) break;
+    // One token near either end, checked and exact.
+    const BYTE c = src[at.in++];
     if (c <= 127) {
-      const DWORD available = std::min(DWORD{c} + 1, length - in);
-      const DWORD n = std::min(available, limit - out);
-      std::memcpy(dst + out, src + in, n);
-      out += n;
-      in += available;
+      const DWORD available = std::min(DWORD{c} + 1, length - at.in);
+      const DWORD n = std::min(available, limit - at.out);
+      std::memcpy(dst + at.out, src + at.in, n);
+      at.out += n;
+      at.in += available;
     } else {
-      if (in >= length) break;
-      const DWORD n = std::min(DWORD{c} - 127, limit - out);
-      std::memset(dst + out, src[in++], n);
-      out += n;
+      if (at.in >= length) break;
+      const DWORD n = std::min(DWORD{c} - 127, limit - at.out);
+      std::memset(dst + at.out, src[at.in++], n);
+      at.out += n;
     }
   }
-  return out;
+  return at.out;
 }
 
 }  // namespace n4::bulb

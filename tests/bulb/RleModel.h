@@ -77,4 +77,26 @@ inline RleModelResult ModelRle(const Bytes& in) {
   return r;
 }
 
+// The method 1 decoder token by token: from offset 4 while the output is
+// short of the count (and of capacity) and input remains.
+inline Bytes ModelDecodeRle(const Bytes& stream, size_t capacity) {
+  Bytes out;
+  if (stream.size() < 5) return out;
+  size_t count = 0;
+  for (int k = 0; k < 4; ++k) count |= size_t{stream[k]} << (8 * k);
+  const size_t limit = count < capacity ? count : capacity;
+  size_t in = 4;
+  while (out.size() < limit && in < stream.size()) {
+    const BYTE c = stream[in++];
+    if (c <= 127) {
+      for (size_t k = 0; k <= c && in < stream.size() && out.size() < limit; ++k) out.push_back(stream[in++]);
+    } else {
+      if (in >= stream.size()) break;
+      const BYTE v = stream[in++];
+      for (int k = 0; k < c - 127 && out.size() < limit; ++k) out.push_back(v);
+    }
+  }
+  return out;
+}
+
 }  // namespace n4test

@@ -29,15 +29,25 @@ Encoded Encode(const Bytes& in) {
   return e;
 }
 
+// Decodes into a buffer with a guard band past capacity that must survive.
 Bytes Decode(const Bytes& stream, DWORD capacity) {
-  Bytes out(capacity);
-  out.resize(CN4BulbData::DecompressRLE(stream.data(), out.data(), static_cast<DWORD>(stream.size()), capacity));
+  constexpr size_t kGuard = 64;
+  Bytes out(capacity + kGuard, 0xA5);
+  const DWORD produced =
+      CN4BulbData::DecompressRLE(stream.data(), out.data(), static_cast<DWORD>(stream.size()), capacity);
+  EXPECT_EQ(Bytes(out.begin() + capacity, out.end()), Bytes(kGuard, 0xA5)) << "wrote past the capacity";
+  EXPECT_LE(produced, capacity);
+  out.resize(std::min<DWORD>(produced, capacity));
   return out;
 }
 
 Bytes Of(std::initializer_list<int> bytes) { return Bytes(bytes.begin(), bytes.end()); }
 
 Bytes Repeat(size_t n, BYTE v) { return Bytes(n, v); }
+
+void WriteLE32Into(Bytes& stream, DWORD v) {
+  for (int k = 0; k < 4; ++k) stream[static_cast<size_t>(k)] = static_cast<BYTE>(v >> (8 * k));
+}
 
 Bytes Concat(std::initializer_list<Bytes> parts) {
   Bytes out;
@@ -176,6 +186,83 @@ TEST(Rle, DecoderStopsAtCountCapacityAndInput) {
   // The three-argument form sizes the destination by the count.
   Bytes out(104);
   EXPECT_EQ(CN4BulbData::DecompressRLE(stream.data(), out.data(), static_cast<DWORD>(stream.size())), 104u);
+}
+
+// Input that repeats earlier input is coded by copying what was written for
+// it then, and a stream that repeats earlier tokens is decoded by copying
+// their output. Repeats exact, shifted, broken part-way, and incompressible
+// (where the copy must not hide the fall-back to raw): every stream must be
+// the model's, and every decode the model decoder's, at any capacity.
+std::vector<Bytes> RepetitiveInputs() {
+  std::vector<Bytes> inputs;
+  std::mt19937 rng(23);
+  for (size_t block : {40, 300, 1000, 5000}) {
+    for (int trial = 0; trial < 6; ++trial) {
+      const Bytes unit = trial % 3 == 2 ? n4test::RandomBytes(block, static_cast<std::uint32_t>(trial))
+                                        : n4test::RunnyBytes(block, 1 + trial * 3, 3, static_cast<std::uint32_t>(block + trial));
+      Bytes in;
+      const int copies = 2 + static_cast<int>(rng() % 8);
+      for (int copy = 0; copy < copies; ++copy) {
+        Bytes part = unit;
+        if (trial % 2 == 1 && copy > 0) part[rng() % part.size()] ^= 1;  // broken part-way
+        if (copy == 2 && trial >= 3) part.insert(part.begin(), static_cast<size_t>(1 + trial % 3), part[0]);  // shifted
+        in.insert(in.end(), part.begin(), part.end());
+      }
+      inputs.push_back(in);
+    }
+  }
+  for (DWORD color : {Mono1, Tri256, RGB16M}) {
+    inputs.push_back(n4test::PlanarTextFrame(128, 256, color, 3));
+    inputs.push_back(n4test::PlanarTextFrame(100, 200, color, 4));
+  }
+  // Repeats just long enough to pay, ending where the raw fall-back begins.
+  const Bytes noisy = n4test::RandomBytes(700, 9);
+  inputs.push_back(Concat({Repeat(2000, 0), noisy, Repeat(5, 1), noisy, noisy}));
+  return inputs;
+}
+
+TEST(Rle, RepeatedInputAgreesWithTheModel) {
+  for (const Bytes& in : RepetitiveInputs()) {
+    SCOPED_TRACE(testing::Message() << "input of " << in.size() << " bytes");
+    const n4test::RleModelResult want = n4test::ModelRle(in);
+    const Encoded got = Encode(in);
+    ASSERT_EQ(got.stream, want.stream);
+    ASSERT_EQ(got.method, want.method);
+    ASSERT_EQ(got.histogram, want.histogram);
+
+    const auto n = static_cast<DWORD>(in.size());
+    Bytes tight(n);
+    int method = -1;
+    tight.resize(n4::bulb::EncodeRle(in.data(), n, tight.data(), n, nullptr, &method));
+    const bool fits = want.stream.size() <= in.size();
+    ASSERT_EQ(tight, fits ? want.stream : in);
+    if (want.method != N4_BULB_COMPRESS_RLE) continue;
+    for (DWORD capacity : {n, n - n / 3, n / 2 + 1}) {
+      ASSERT_EQ(Decode(want.stream, capacity), n4test::ModelDecodeRle(want.stream, capacity));
+    }
+  }
+}
+
+TEST(Rle, DamagedRepeatingStreamsDecodeAsTheModel) {
+  std::mt19937 rng(31);
+  const Bytes frame = n4test::PlanarTextFrame(128, 256, Tri256, 5);
+  const Bytes stream = Encode(frame).stream;
+  ASSERT_EQ(Decode(stream, static_cast<DWORD>(frame.size())), frame);
+  const Bytes garbage = n4test::RandomBytes(900, 3);
+  for (int trial = 0; trial < 200; ++trial) {
+    Bytes bad = stream;
+    if (trial % 4 == 3) {
+      // Garbage tokens repeated: the copies must stop where the model does.
+      bad.resize(4);
+      for (int copy = 0; copy < 6; ++copy) bad.insert(bad.end(), garbage.begin(), garbage.end());
+    }
+    for (int hit = 0; hit < 1 + trial % 5; ++hit) bad[4 + rng() % (bad.size() - 4)] = static_cast<BYTE>(rng());
+    if (trial % 3 == 1) bad.resize(4 + rng() % (bad.size() - 4));
+    if (trial % 5 == 2) WriteLE32Into(bad, static_cast<DWORD>(rng() % (2 * frame.size())));
+    const DWORD capacity = static_cast<DWORD>(trial % 2 ? frame.size() : frame.size() / 2 + rng() % frame.size());
+    SCOPED_TRACE(trial);
+    ASSERT_EQ(Decode(bad, capacity), n4test::ModelDecodeRle(bad, capacity));
+  }
 }
 
 }  // namespace
