@@ -36,6 +36,42 @@ inline void Fill16(BYTE* dst, BYTE v) {
 #endif
 }
 
+// Copies exactly n bytes (n >= 1) with a few fixed-size moves, overlapping
+// rather than going past the end; the regions must not overlap.
+inline void CopyExact(BYTE* dst, const BYTE* src, DWORD n) {
+  if (n >= 16) {
+    for (DWORD k = 0; k + 16 < n; k += 16) Copy16(dst + k, src + k);
+    Copy16(dst + n - 16, src + n - 16);
+  } else if (n >= 8) {
+    std::memcpy(dst, src, 8);
+    std::memcpy(dst + n - 8, src + n - 8, 8);
+  } else if (n >= 4) {
+    std::memcpy(dst, src, 4);
+    std::memcpy(dst + n - 4, src + n - 4, 4);
+  } else {
+    for (DWORD k = 0; k < n; ++k) dst[k] = src[k];
+  }
+}
+
+// Sets exactly n bytes (n >= 1) to v, as CopyExact.
+inline void FillExact(BYTE* dst, BYTE v, DWORD n) {
+  if (n >= 16) {
+    for (DWORD k = 0; k + 16 < n; k += 16) Fill16(dst + k, v);
+    Fill16(dst + n - 16, v);
+  } else {
+    const std::uint64_t pattern = 0x0101010101010101ull * v;
+    if (n >= 8) {
+      std::memcpy(dst, &pattern, 8);
+      std::memcpy(dst + n - 8, &pattern, 8);
+    } else if (n >= 4) {
+      std::memcpy(dst, &pattern, 4);
+      std::memcpy(dst + n - 4, &pattern, 4);
+    } else {
+      for (DWORD k = 0; k < n; ++k) dst[k] = v;
+    }
+  }
+}
+
 namespace detail {
 inline std::uint64_t Load64(const BYTE* p) {
   std::uint64_t v;

@@ -34,7 +34,7 @@ class RepeatMemo {
  public:
   static constexpr DWORD kNone = 0xFFFFFFFFu;
   // Inputs shorter than this gain nothing worth the bookkeeping.
-  static constexpr DWORD kMinLength = 256;
+  static constexpr DWORD kMinLength = 1024;
 
   // The calling thread's memo, emptied for a pass over `length` bytes. The
   // tables are kept between calls; a stamp tells stale entries apart, so no

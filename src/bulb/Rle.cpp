@@ -143,6 +143,7 @@ RoomyStop DecodeRoomy(const BYTE* src, DWORD length, BYTE* dst, DWORD limit, Pos
 // what followed an earlier mark far enough back, copies what that decoded to
 // and returns the edge after the copy; otherwise returns `at`.
 Position ReplayDecoded(RepeatMemo& memo, const BYTE* src, DWORD length, BYTE* dst, DWORD limit, Position at) {
+  if (length - at.in < 8) return at;
   const DWORD seen = memo.Record(RepeatMemo::Hash(detail::Load64(src + at.in)), {at.in, at.out, 0});
   if (seen == RepeatMemo::kNone || at.in - memo[seen].in < kMinDistance) return at;
   const CodeMark& then = memo[seen];
@@ -309,18 +310,19 @@ DWORD DecodeRle(const BYTE* src, DWORD length, BYTE* dst, DWORD capacity) {
       continue;
     }
     if (at.out >= limit || at.in >= length) break;
-    // One token near either end, checked and exact.
+    // A token near either end: moved exactly, or cut short where the
+    // stream or the output ends.
     const BYTE c = src[at.in++];
     if (c <= 127) {
       const DWORD available = std::min(DWORD{c} + 1, length - at.in);
       const DWORD n = std::min(available, limit - at.out);
-      std::memcpy(dst + at.out, src + at.in, n);
+      if (n != 0) CopyExact(dst + at.out, src + at.in, n);
       at.out += n;
       at.in += available;
     } else {
       if (at.in >= length) break;
       const DWORD n = std::min(DWORD{c} - 127, limit - at.out);
-      std::memset(dst + at.out, src[at.in++], n);
+      FillExact(dst + at.out, src[at.in++], n);
       at.out += n;
     }
   }
