@@ -6,6 +6,8 @@
 // Goals on the planar text frames: method 1 encodes at least twice as fast as
 // LZ4's default compressor and decodes at least as fast as LZ4's decompressor;
 // the bit-packing methods encode at least as fast as LZ4's compressor.
+// The floor_* lines measure the least work any method 1 coder must do without
+// replaying repeats; their ratios to LZ4 show where a goal is out of reach.
 #include <benchmark/benchmark.h>
 
 #include <cstring>
@@ -15,6 +17,7 @@
 
 #include "RatioReporter.h"
 #include "../../tests/bulb/SignContent.h"
+#include "bulb/ByteScan.h"
 #include "n4file/BulbData.h"
 #include "util/ByteOrder.h"
 
@@ -78,6 +81,44 @@ void RegisterReferences(const std::string& content, const Size& size, const Byte
     SetThroughput(state, frame.size(), static_cast<size_t>(size));
   });
 #endif
+}
+
+// Lower bounds for any method 1 coder on a frame, whatever its cleverness
+// short of replaying repeats: a decoder must at least follow the chain of
+// control bytes (each token's place depends on the one before), an encoder
+// must at least find every run edge. Neither writes anything.
+DWORD WalkTokens(const Bytes& stream) {
+  DWORD in = 4, out = 0;
+  while (in < stream.size()) {
+    const BYTE c = stream[in];
+    const bool literal = c <= 127;
+    out += literal ? c + 1u : c - 127u;
+    in += literal ? c + 2u : 2u;
+  }
+  return out;
+}
+
+DWORD FindRunEdges(const Bytes& frame) {
+  const auto n = static_cast<DWORD>(frame.size());
+  DWORD edges = 0;
+  for (DWORD i = 1; i < n; ++edges) {
+    i = n4::bulb::NextEqual(frame.data(), i, n);
+    if (i >= n) break;
+    i = n4::bulb::NextDiffer(frame.data(), i + 1, n, frame[i]);
+  }
+  return edges;
+}
+
+void RegisterFloors(const std::string& content, const Size& size, const Bytes& frame) {
+  const std::string suffix = "/" + content + "/" + size.Name();
+  Bytes stream(n4::CompressBound(static_cast<DWORD>(frame.size())));
+  stream.resize(CN4BulbData::CompressRLE(frame.data(), stream.data(), static_cast<DWORD>(frame.size())));
+  Register("floor_token_walk" + suffix, [stream](benchmark::State& state) {
+    for (auto _ : state) benchmark::DoNotOptimize(WalkTokens(stream));
+  });
+  Register("floor_run_edges" + suffix, [frame](benchmark::State& state) {
+    for (auto _ : state) benchmark::DoNotOptimize(FindRunEdges(frame));
+  });
 }
 
 using Encoder = std::function<DWORD(const Bytes&, Bytes&)>;
@@ -208,6 +249,8 @@ std::vector<n4bench::Ratio> RegisterAll() {
     RegisterReferences("mono", size, mono);
     RegisterReferences("pic16", size, pic16);
     RegisterReferences("pic24", size, pic24);
+    RegisterFloors("text", size, text);
+    RegisterFloors("mono", size, mono);
 
     RegisterMethod(
         "rle", "text", size, text, [](const Bytes& in, Bytes& out) {
@@ -270,6 +313,11 @@ std::vector<n4bench::Ratio> RegisterAll() {
     ratios.push_back({"encode/rgb24/pic24/" + s, "lz4_compress/pic24/" + s, "", 0});
     ratios.push_back({"encode/xor_rle/text/" + s, "lz4_compress/text/" + s, "", 0});
     ratios.push_back({"encode/rle/text/" + s, "memcpy/text/" + s, "", 0});
+    for (const char* content : {"text", "mono"}) {
+      const std::string c = std::string("/") + content + "/" + s;
+      ratios.push_back({"floor_token_walk" + c, "lz4_decompress" + c, "", 0});
+      ratios.push_back({"floor_run_edges" + c, "lz4_compress" + c, "", 0});
+    }
   }
   return ratios;
 }
