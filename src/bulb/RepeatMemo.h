@@ -10,9 +10,10 @@
 // one, and on meeting those bytes again copies what it wrote then instead of
 // coding the stretch anew. The output is byte for byte what coding would give.
 //
-// Marks are taken only where the bytes that follow hash into one bucket in
-// eight, so both copies of a repeat are marked at the same places while the
-// bookkeeping stays off most coding steps.
+// Marks are taken at about one coding step in eight, chosen by the bytes that
+// follow the step (Sampled, or the coder's own cheaper test), so both copies
+// of a repeat are marked at the same places while the bookkeeping stays off
+// most steps.
 //
 // Thread safety: each thread has its own memo; a coder uses it for one call.
 #pragma once

@@ -30,6 +30,8 @@ constexpr DWORD kEncodeSlack = 40;
 // Replaying fewer bytes than this from an earlier repeat costs more than
 // coding them.
 constexpr DWORD kMinReplay = 48;
+// Repeats closer than this are rows, not planes: checking them cost more than
+// the few tokens a replay saved.
 constexpr DWORD kMinDistance = 256;
 
 void CountFrom(const BYTE* src, DWORD first, DWORD end, DWORD* histogram) {
@@ -79,8 +81,7 @@ class Output {
   DWORD capacity_;
 };
 
-
-// Whether to look for a repeat at a token: about one token in sixteen, chosen
+// Whether to look for a repeat at a token: about one token in eight, chosen
 // by its control byte so that both copies of a repeat choose the same ones.
 inline bool Sampled(BYTE control) { return (control & 7) == 7; }
 
@@ -154,7 +155,6 @@ Position ReplayDecoded(RepeatMemo& memo, const BYTE* src, DWORD length, BYTE* ds
   return {at.in + (upto.in - then.in), at.out + produced};
 }
 
-
 // The encoder between two steps: the next byte to look at, the literal bytes
 // before it not yet written (1 to 3 here), and the bytes written.
 struct EncodeState {
@@ -169,17 +169,21 @@ struct EncodeState {
 // after the copy; otherwise returns `at`. The copy is taken only when the
 // coder could not have fallen back to raw inside it.
 EncodeState ReplayEncoded(RepeatMemo& memo, std::uint64_t hash, const BYTE* src, DWORD length, BYTE* dst,
-                          EncodeState at) {
+                          DWORD capacity, EncodeState at) {
   const DWORD seen = memo.Record(hash, {at.i, at.pos, at.run});
   if (seen == RepeatMemo::kNone) return at;
   const CodeMark& then = memo[seen];
   if (then.state != at.run || at.i - then.in < kMinDistance) return at;
   const CodeMark& upto = memo[ReplayableMarks(memo, seen, at.run, src, at.i - then.in, length)];
   const DWORD written = upto.out - then.out;
-  if (upto.in - then.in < kMinReplay || std::uint64_t{at.pos} + written + upto.state + 1 > length) return at;
+  if (upto.in - then.in < kMinReplay || std::uint64_t{at.pos} + written + upto.state + 1 > length ||
+      written > capacity - at.pos) {
+    return at;
+  }
   std::memcpy(dst + at.pos, dst + then.out, written);
   return {at.i + (upto.in - then.in), upto.state, at.pos + written};
 }
+
 }  // namespace
 
 DWORD StoreRaw(const BYTE* src, DWORD length, BYTE* dst, int* method) {
@@ -215,7 +219,7 @@ DWORD EncodeRle(const BYTE* src, DWORD length, BYTE* dst, DWORD capacity, DWORD*
     if (memo && length - (i - run) >= 8) {
       const std::uint64_t hash = RepeatMemo::Hash(detail::Load64(src + i - run));
       if (RepeatMemo::Sampled(hash)) {
-        const EncodeState next = ReplayEncoded(*memo, hash, src, length, dst, {i, run, out.pos});
+        const EncodeState next = ReplayEncoded(*memo, hash, src, length, dst, capacity, {i, run, out.pos});
         i = next.i;
         run = next.run;
         out.pos = next.pos;
