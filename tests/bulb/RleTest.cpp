@@ -9,6 +9,7 @@
 #include "SignContent.h"
 #include "bulb/BulbCodecs.h"
 #include "n4file/BulbData.h"
+#include "util/ByteOrder.h"
 
 namespace {
 
@@ -44,10 +45,6 @@ Bytes Decode(const Bytes& stream, DWORD capacity) {
 Bytes Of(std::initializer_list<int> bytes) { return Bytes(bytes.begin(), bytes.end()); }
 
 Bytes Repeat(size_t n, BYTE v) { return Bytes(n, v); }
-
-void WriteLE32Into(Bytes& stream, DWORD v) {
-  for (int k = 0; k < 4; ++k) stream[static_cast<size_t>(k)] = static_cast<BYTE>(v >> (8 * k));
-}
 
 Bytes Concat(std::initializer_list<Bytes> parts) {
   Bytes out;
@@ -258,7 +255,7 @@ TEST(Rle, DamagedRepeatingStreamsDecodeAsTheModel) {
     }
     for (int hit = 0; hit < 1 + trial % 5; ++hit) bad[4 + rng() % (bad.size() - 4)] = static_cast<BYTE>(rng());
     if (trial % 3 == 1) bad.resize(4 + rng() % (bad.size() - 4));
-    if (trial % 5 == 2) WriteLE32Into(bad, static_cast<DWORD>(rng() % (2 * frame.size())));
+    if (trial % 5 == 2) n4::WriteLE32(bad.data(), static_cast<DWORD>(rng() % (2 * frame.size())));
     const DWORD capacity = static_cast<DWORD>(trial % 2 ? frame.size() : frame.size() / 2 + rng() % frame.size());
     SCOPED_TRACE(trial);
     ASSERT_EQ(Decode(bad, capacity), n4test::ModelDecodeRle(bad, capacity));
