@@ -9,7 +9,9 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
+#include <ctime>
 #include <memory>
 #include <string>
 #include <vector>
@@ -73,6 +75,17 @@ class FileHandle {
   virtual void MarkMapped() {}
 };
 
+// A file written front to back, as a save writes it. Nothing written is
+// durable before Sync succeeds. Closed (errors unreported) when destroyed.
+class WritableFile {
+ public:
+  virtual ~WritableFile() = default;
+  virtual bool Append(const void* data, std::size_t size, SysError* err) = 0;
+  // Makes the bytes appended so far and the file's length durable.
+  virtual bool Sync(SysError* err) = 0;
+  virtual bool Close(SysError* err) = 0;
+};
+
 // An inter-process lock held until destroyed.
 class FileLock {
  public:
@@ -112,13 +125,21 @@ class Env {
   virtual bool CreateTempFile(const std::string& dir, const std::string& prefix,
                               std::string* path, SysError* err) = 0;
 
-  // Replaces `to` with the content of `from` so that a crash at any moment
-  // leaves `to` either old or new. The content is synced before it becomes
-  // visible. `from` may be moved instead of copied when it lies on the same
-  // file system; the caller deletes it afterwards either way.
-  virtual bool ReplaceFile(const std::string& from, const std::string& to, SysError* err) = 0;
+  // Creates a new file for writing; fails with kErrFileExists when the name
+  // is taken. New files get the platform's default permissions.
+  virtual std::unique_ptr<WritableFile> NewWritableFile(const std::string& path, SysError* err) = 0;
+  // Makes the entries of a directory (files created, renamed or deleted in
+  // it) durable. Where the system has no such call, renames are made durable
+  // as they happen and this succeeds.
+  virtual bool SyncDirectory(const std::string& dir, SysError* err) = 0;
+  // Gives `to` the access permissions of `from` (both existing files).
+  virtual bool CopyPermissions(const std::string& from, const std::string& to, SysError* err) = 0;
 
   virtual bool DeleteFile(const std::string& path, SysError* err) = 0;
+  // Renames `from` over `to`, replacing it. As on Windows, a target that a
+  // reader keeps mapped (kErrUserMappedFile) or that an editor holds
+  // (kErrSharingViolation) is not replaced. kErrNotSameDevice: the two lie on
+  // different volumes.
   virtual bool RenameFile(const std::string& from, const std::string& to, SysError* err) = 0;
   virtual bool FileExists(const std::string& path) = 0;
   virtual bool DirectoryExists(const std::string& path) = 0;
@@ -133,9 +154,13 @@ class Env {
 
   // Whole-file helpers for small text stores (settings, profiles).
   virtual bool ReadWholeFile(const std::string& path, std::string* data, SysError* err) = 0;
-  // Writes data to a temporary file beside path, syncs it and renames it over
-  // path: readers see the old or the new content, never a mix.
-  virtual bool WriteFileAtomic(const std::string& path, const std::string& data, SysError* err) = 0;
+  // Replaces path's content with data through the save protocol
+  // (platform/AtomicFile.h): readers and a crash see the old or the new
+  // content, never a mix.
+  bool WriteFileAtomic(const std::string& path, const std::string& data, SysError* err);
+  // Replaces `to` with the content of `from` through the save protocol;
+  // the caller deletes `from` afterwards (it may have been moved).
+  bool ReplaceFile(const std::string& from, const std::string& to, SysError* err);
   // Takes an inter-process lock on the lock file at path (created when
   // missing), waiting up to timeout. Null on failure or time-out.
   virtual std::unique_ptr<FileLock> LockFile(const std::string& path, bool exclusive,
@@ -150,6 +175,8 @@ class Env {
   virtual std::unique_ptr<ChildProcess> StartProcess(const std::vector<std::string>& argv,
                                                      SysError* err) = 0;
   virtual void SleepFor(std::chrono::milliseconds duration) = 0;
+  // The wall clock. Tests fix it to make dated names predictable.
+  virtual std::chrono::system_clock::time_point Now() = 0;
 };
 
 // Forwards every call to another Env; tests derive from it to change one call.
@@ -169,8 +196,14 @@ class EnvWrapper : public Env {
                       SysError* err) override {
     return target_->CreateTempFile(dir, prefix, path, err);
   }
-  bool ReplaceFile(const std::string& from, const std::string& to, SysError* err) override {
-    return target_->ReplaceFile(from, to, err);
+  std::unique_ptr<WritableFile> NewWritableFile(const std::string& path, SysError* err) override {
+    return target_->NewWritableFile(path, err);
+  }
+  bool SyncDirectory(const std::string& dir, SysError* err) override {
+    return target_->SyncDirectory(dir, err);
+  }
+  bool CopyPermissions(const std::string& from, const std::string& to, SysError* err) override {
+    return target_->CopyPermissions(from, to, err);
   }
   bool DeleteFile(const std::string& path, SysError* err) override {
     return target_->DeleteFile(path, err);
@@ -202,9 +235,6 @@ class EnvWrapper : public Env {
   bool ReadWholeFile(const std::string& path, std::string* data, SysError* err) override {
     return target_->ReadWholeFile(path, data, err);
   }
-  bool WriteFileAtomic(const std::string& path, const std::string& data, SysError* err) override {
-    return target_->WriteFileAtomic(path, data, err);
-  }
   std::unique_ptr<FileLock> LockFile(const std::string& path, bool exclusive,
                                      std::chrono::milliseconds timeout, SysError* err) override {
     return target_->LockFile(path, exclusive, timeout, err);
@@ -219,6 +249,7 @@ class EnvWrapper : public Env {
     return target_->StartProcess(argv, err);
   }
   void SleepFor(std::chrono::milliseconds duration) override { target_->SleepFor(duration); }
+  std::chrono::system_clock::time_point Now() override { return target_->Now(); }
 
  private:
   Env* target_;
@@ -235,6 +266,9 @@ class ScopedEnv {
  private:
   Env* previous_;
 };
+
+// The local calendar time of t (the platform's thread-safe conversion).
+std::tm ToLocalTime(std::chrono::system_clock::time_point t);
 
 // Joins a directory and a name with the platform's separator (no doubling).
 std::string JoinPath(const std::string& dir, const std::string& name);

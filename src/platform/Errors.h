@@ -21,6 +21,7 @@ enum SysErrorCode : DWORD {
   kErrWriteProtect = 19,
   kErrSharingViolation = 32,
   kErrLockViolation = 33,
+  kErrNotSameDevice = 17,
   kErrHandleDiskFull = 39,
   kErrNotSupported = 50,
   kErrFileExists = 80,

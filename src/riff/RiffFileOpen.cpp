@@ -133,8 +133,8 @@ int CN4RiffFile::Open(const char* path, N4OpenFlags flags, DWORD formType) {
         hdr->wCreatedMinor = n4::kFormatMinor;
       }
       char date[32] = "";
-      std::time_t now = std::time(nullptr);
-      if (const std::tm* local = std::localtime(&now)) std::strftime(date, sizeof date, "%Y-%m-%d", local);
+      const std::tm local = n4::ToLocalTime(n4::Env::Default()->Now());
+      std::strftime(date, sizeof date, "%Y-%m-%d", &local);
       SetCreationDateString(date);
     }
   }

@@ -3,6 +3,7 @@
 #include <climits>
 
 #include "n4file/RiffFile.h"
+#include "platform/AtomicFile.h"
 #include "platform/Env.h"
 #include "riff/LastError.h"
 #include "util/ByteOrder.h"
@@ -196,7 +197,7 @@ int CN4RiffFile::Update() {
   out.reset();
   m_pOrigFile.reset();
 
-  if (!env->ReplaceFile(saved, m_strOriginalPath, &LastSysError())) {
+  if (!n4::ReplaceFileAtomic(env, saved, m_strOriginalPath, &LastSysError())) {
     GetLastErrorString();
     if (m_dwLastError == n4::kErrUserMappedFile) {
       m_strLastError = std::string(kRunning) + kStopAndRetry + kDifferentName;

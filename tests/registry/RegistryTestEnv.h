@@ -16,9 +16,13 @@ class RegistryDirEnv : public n4::EnvWrapper {
   std::string GetEnvironmentVariable(const std::string& name) override {
     return name == "N4_REGISTRY_DIR" ? dir_ : target()->GetEnvironmentVariable(name);
   }
-  bool WriteFileAtomic(const std::string& path, const std::string& data, n4::SysError* err) override {
-    if (writeFailure != 0) return n4::Fail(err, writeFailure);
-    return target()->WriteFileAtomic(path, data, err);
+  // Fails the store's writes at their first step.
+  std::unique_ptr<n4::WritableFile> NewWritableFile(const std::string& path, n4::SysError* err) override {
+    if (writeFailure != 0) {
+      n4::Fail(err, writeFailure);
+      return nullptr;
+    }
+    return target()->NewWritableFile(path, err);
   }
 
   DWORD writeFailure = 0;

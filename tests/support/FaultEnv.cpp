@@ -1,8 +1,17 @@
 #include "support/FaultEnv.h"
 
+#include <vector>
+
 namespace n4test {
 
 namespace {
+
+constexpr DWORD kErrNotReady = 21;  // what calls return once the power is cut
+
+std::string WithoutTrailingSeparator(std::string dir) {
+  while (dir.size() > 1 && (dir.back() == '/' || dir.back() == '\\')) dir.pop_back();
+  return dir;
+}
 
 // Fails growth beyond the environment's limit; everything else is the real view.
 class FaultMappedView final : public n4::MappedView {
@@ -12,7 +21,7 @@ class FaultMappedView final : public n4::MappedView {
   }
   bool Flush(n4::SysError* err) override { return target_->Flush(err); }
   bool Grow(std::uint64_t newSize, n4::SysError* err) override {
-    if (env_->failMapAbove && newSize > env_->failMapAbove) return n4::Fail(err, env_->mapFailure);
+    if (env_->failMapAbove && newSize > env_->failMapAbove) return n4::Fail(err, n4::kErrDiskFull);
     bool ok = target_->Grow(newSize, err);
     Sync();
     return ok;
@@ -32,12 +41,15 @@ class FaultMappedView final : public n4::MappedView {
 
 class FaultFileHandle final : public n4::FileHandle {
  public:
-  FaultFileHandle(std::unique_ptr<n4::FileHandle> target, FaultEnv* env) : target_(std::move(target)), env_(env) {}
+  FaultFileHandle(std::unique_ptr<n4::FileHandle> target, FaultEnv* env, std::string path)
+      : target_(std::move(target)), env_(env), path_(std::move(path)) {}
   bool GetSize(std::uint64_t* size, n4::SysError* err) override { return target_->GetSize(size, err); }
-  bool SetLength(std::uint64_t length, n4::SysError* err) override { return target_->SetLength(length, err); }
+  bool SetLength(std::uint64_t length, n4::SysError* err) override {
+    return env_->Step(FaultEnv::Kind::Write, err) && target_->SetLength(length, err);
+  }
   std::unique_ptr<n4::MappedView> Map(std::uint64_t size, bool writable, n4::SysError* err) override {
     if (writable && env_->failMapAbove && size > env_->failMapAbove) {
-      n4::Fail(err, env_->mapFailure);
+      n4::Fail(err, n4::kErrDiskFull);
       return nullptr;
     }
     auto view = target_->Map(size, writable, err);
@@ -47,22 +59,125 @@ class FaultFileHandle final : public n4::FileHandle {
   bool GetInformation(BY_HANDLE_FILE_INFORMATION* info, n4::SysError* err) override {
     return target_->GetInformation(info, err);
   }
-  bool Sync(n4::SysError* err) override { return target_->Sync(err); }
+  bool Sync(n4::SysError* err) override {
+    if (!env_->Step(FaultEnv::Kind::Sync, err) || !target_->Sync(err)) return false;
+    env_->FileSyncedOnDisk(path_);
+    return true;
+  }
   void MarkMapped() override { target_->MarkMapped(); }
 
  private:
   std::unique_ptr<n4::FileHandle> target_;
   FaultEnv* env_;
+  std::string path_;
+};
+
+class FaultWritableFile final : public n4::WritableFile {
+ public:
+  FaultWritableFile(std::unique_ptr<n4::WritableFile> target, FaultEnv* env, std::string path)
+      : target_(std::move(target)), env_(env), path_(std::move(path)) {}
+  bool Append(const void* data, std::size_t size, n4::SysError* err) override {
+    if (!env_->Step(FaultEnv::Kind::Write, err) || !target_->Append(data, size, err)) return false;
+    written_.append(static_cast<const char*>(data), size);
+    return true;
+  }
+  bool Sync(n4::SysError* err) override {
+    if (!env_->Step(FaultEnv::Kind::Sync, err) || !target_->Sync(err)) return false;
+    env_->FileSynced(path_, written_);
+    return true;
+  }
+  bool Close(n4::SysError* err) override {
+    return env_->Step(FaultEnv::Kind::Other, err) && target_->Close(err);
+  }
+
+ private:
+  std::unique_ptr<n4::WritableFile> target_;
+  FaultEnv* env_;
+  std::string path_;
+  std::string written_;
 };
 
 }  // namespace
 
+bool FaultEnv::Tracked(const std::string& path) const {
+  return trackedDirs_.count(WithoutTrailingSeparator(n4::DirectoryOf(path))) != 0;
+}
+
+void FaultEnv::NewFile(const std::string& path) {
+  if (!Tracked(path)) return;
+  const int file = nextFile_++;
+  liveNames_[path] = file;
+  durableData_[file] = std::string();
+}
+
+void FaultEnv::TrackDurability(const std::string& dir) {
+  const std::string key = WithoutTrailingSeparator(dir);
+  trackedDirs_.insert(key);
+  std::vector<std::string> names;
+  n4::SysError ignored;
+  target()->ListDirectory(key, &names, &ignored);
+  for (const auto& name : names) {
+    const std::string path = n4::JoinPath(key, name);
+    if (!target()->FileExists(path)) continue;
+    const int file = nextFile_++;
+    liveNames_[path] = durableNames_[path] = file;
+    durableData_[file] = ReadFile(path);
+  }
+}
+
+void FaultEnv::CutPowerAfter(int steps) {
+  stepsLeft_ = steps;
+  cut_ = false;
+}
+
+void FaultEnv::PowerCut() {
+  n4::SysError ignored;
+  for (const auto& dir : trackedDirs_) {
+    std::vector<std::string> names;
+    target()->ListDirectory(dir, &names, &ignored);
+    for (const auto& name : names) {
+      const std::string path = n4::JoinPath(dir, name);
+      if (target()->FileExists(path)) target()->DeleteFile(path, &ignored);
+    }
+  }
+  for (const auto& [path, file] : durableNames_) WriteFile(path, durableData_[file]);
+  liveNames_ = durableNames_;
+  stepsLeft_ = -1;
+  cut_ = false;
+}
+
+bool FaultEnv::Step(Kind kind, n4::SysError* err) {
+  if (cut_) return n4::Fail(err, kErrNotReady);
+  if (stepsLeft_ == 0) {
+    cut_ = true;
+    return n4::Fail(err, kErrNotReady);
+  }
+  if (stepsLeft_ > 0) --stepsLeft_;
+  FailNth* nth = kind == Kind::Write ? &failWrite : kind == Kind::Sync ? &failSync
+                 : kind == Kind::Rename ? &failRename : nullptr;
+  if (nth != nullptr && ++nth->calls == nth->at) return n4::Fail(err, nth->code);
+  return true;
+}
+
+void FaultEnv::FileSynced(const std::string& path, const std::string& content) {
+  auto it = liveNames_.find(path);
+  if (it != liveNames_.end()) durableData_[it->second] = content;
+}
+
+void FaultEnv::FileSyncedOnDisk(const std::string& path) {
+  auto it = liveNames_.find(path);
+  if (it != liveNames_.end()) durableData_[it->second] = ReadFile(path);
+}
+
 std::unique_ptr<n4::FileHandle> FaultEnv::OpenFile(const std::string& path, n4::FileAccess access,
                                                    n4::FileShare share, n4::FileDisposition disposition,
                                                    n4::SysError* err) {
+  const bool creates = disposition == n4::FileDisposition::CreateAlways;
+  if (creates && !Step(Kind::Other, err)) return nullptr;
   auto handle = target()->OpenFile(path, access, share, disposition, err);
   if (!handle) return nullptr;
-  return std::make_unique<FaultFileHandle>(std::move(handle), this);
+  if (creates && liveNames_.count(path) == 0) NewFile(path);
+  return std::make_unique<FaultFileHandle>(std::move(handle), this, path);
 }
 
 bool FaultEnv::GetTempDirectory(std::string* dir, n4::SysError* err) {
@@ -71,10 +186,59 @@ bool FaultEnv::GetTempDirectory(std::string* dir, n4::SysError* err) {
   return true;
 }
 
-bool FaultEnv::ReplaceFile(const std::string& from, const std::string& to, n4::SysError* err) {
-  ++replaceCalls;
-  if (replaceFailure) return n4::Fail(err, replaceFailure);
-  return target()->ReplaceFile(from, to, err);
+bool FaultEnv::CreateTempFile(const std::string& dir, const std::string& prefix, std::string* path,
+                              n4::SysError* err) {
+  if (!Step(Kind::Other, err) || !target()->CreateTempFile(dir, prefix, path, err)) return false;
+  NewFile(*path);
+  return true;
+}
+
+std::unique_ptr<n4::WritableFile> FaultEnv::NewWritableFile(const std::string& path, n4::SysError* err) {
+  if (!Step(Kind::Other, err)) return nullptr;
+  auto file = target()->NewWritableFile(path, err);
+  if (!file) return nullptr;
+  NewFile(path);
+  return std::make_unique<FaultWritableFile>(std::move(file), this, path);
+}
+
+bool FaultEnv::SyncDirectory(const std::string& dir, n4::SysError* err) {
+  if (!Step(Kind::Sync, err) || !target()->SyncDirectory(dir, err)) return false;
+  const std::string key = WithoutTrailingSeparator(dir);
+  auto inDir = [&](const std::string& path) { return WithoutTrailingSeparator(n4::DirectoryOf(path)) == key; };
+  std::erase_if(durableNames_, [&](const auto& entry) { return inDir(entry.first); });
+  for (const auto& [path, file] : liveNames_) {
+    if (inDir(path)) durableNames_[path] = file;
+  }
+  return true;
+}
+
+bool FaultEnv::CopyPermissions(const std::string& from, const std::string& to, n4::SysError* err) {
+  return Step(Kind::Other, err) && target()->CopyPermissions(from, to, err);
+}
+
+bool FaultEnv::DeleteFile(const std::string& path, n4::SysError* err) {
+  if (!Step(Kind::Other, err) || !target()->DeleteFile(path, err)) return false;
+  liveNames_.erase(path);
+  return true;
+}
+
+bool FaultEnv::RenameFile(const std::string& from, const std::string& to, n4::SysError* err) {
+  if (!Step(Kind::Rename, err)) return false;
+  if (directoriesAreVolumes && WithoutTrailingSeparator(n4::DirectoryOf(from)) !=
+                                   WithoutTrailingSeparator(n4::DirectoryOf(to))) {
+    return n4::Fail(err, n4::kErrNotSameDevice);
+  }
+  if (!target()->RenameFile(from, to, err)) return false;
+  auto it = liveNames_.find(from);
+  if (it != liveNames_.end()) {
+    const int file = it->second;
+    liveNames_.erase(it);
+    if (Tracked(to)) liveNames_[to] = file;
+  } else if (Tracked(to)) {
+    NewFile(to);
+    durableData_[liveNames_[to]] = ReadFile(to);
+  }
+  return true;
 }
 
 bool FaultEnv::GetDiskFreeSpace(const std::string& root, n4::DiskFreeSpace* space, n4::SysError* err) {

@@ -42,22 +42,6 @@ class Fd {
   int fd_;
 };
 
-std::string ParentDirectory(const std::string& path) {
-  std::string dir = DirectoryOf(path);
-  return dir.empty() ? "." : dir;
-}
-
-std::string BaseName(const std::string& path) {
-  auto pos = path.find_last_of("/\\");
-  return pos == std::string::npos ? path : path.substr(pos + 1);
-}
-
-// Makes a rename inside dir durable.
-void SyncDirectory(const std::string& dir) {
-  Fd fd(open(dir.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (fd.valid()) fsync(fd.get());
-}
-
 bool WriteAll(int fd, const char* data, std::size_t size, SysError* err) {
   while (size > 0) {
     ssize_t n = write(fd, data, size);
@@ -71,50 +55,27 @@ bool WriteAll(int fd, const char* data, std::size_t size, SysError* err) {
   return true;
 }
 
-bool CopyContent(int from, int to, SysError* err) {
-  // In-kernel copy first (cheap, and a reflink on file systems that have them).
-  for (;;) {
-    ssize_t n = copy_file_range(from, nullptr, to, nullptr, std::size_t{1} << 30, 0);
-    if (n == 0) return true;
-    if (n > 0) continue;
-    if (errno == EINTR) continue;
-    if (errno == EXDEV || errno == ENOSYS || errno == EOPNOTSUPP || errno == EINVAL) break;
-    return FailErrno(err, errno);
+class PosixWritableFile final : public WritableFile {
+ public:
+  explicit PosixWritableFile(int fd) : fd_(fd) {}
+  bool Append(const void* data, std::size_t size, SysError* err) override {
+    if (!fd_.valid()) return Fail(err, kErrInvalidHandle);
+    return WriteAll(fd_.get(), static_cast<const char*>(data), size, err);
   }
-  std::vector<char> buffer(std::size_t{1} << 20);
-  for (;;) {
-    ssize_t n = read(from, buffer.data(), buffer.size());
-    if (n == 0) return true;
-    if (n < 0) {
-      if (errno == EINTR) continue;
-      return FailErrno(err, errno);
-    }
-    if (!WriteAll(to, buffer.data(), static_cast<std::size_t>(n), err)) return false;
+  bool Sync(SysError* err) override {
+    if (!fd_.valid()) return Fail(err, kErrInvalidHandle);
+    if (fsync(fd_.get()) != 0) return FailErrno(err, errno);
+    return true;
   }
-}
+  bool Close(SysError* err) override {
+    if (!fd_.valid()) return true;
+    if (close(fd_.release()) != 0) return FailErrno(err, errno);
+    return true;
+  }
 
-// A new exclusive file beside `target`, for content that will be renamed over it.
-Fd CreateSibling(const std::string& target, std::string* path, SysError* err) {
-  std::string leaf(1, '.');
-  leaf.append(BaseName(target)).append(".XXXXXX");
-  std::string pattern = JoinPath(ParentDirectory(target), leaf);
-  std::vector<char> name(pattern.begin(), pattern.end());
-  name.push_back('\0');
-  int fd = mkostemp(name.data(), O_CLOEXEC);
-  if (fd < 0) FailErrno(err, errno);
-  else *path = name.data();
-  return Fd(fd);
-}
-
-// The mode a replacement should carry: the replaced file's, or the default
-// for new files.
-mode_t ReplacementMode(const std::string& target) {
-  struct stat st {};
-  if (stat(target.c_str(), &st) == 0) return st.st_mode & 07777;
-  mode_t mask = umask(0);
-  umask(mask);
-  return 0666 & ~mask;
-}
+ private:
+  Fd fd_;
+};
 
 class PosixFileLock final : public FileLock {
  public:
@@ -157,46 +118,27 @@ class PosixEnv final : public Env {
     return true;
   }
 
-  bool ReplaceFile(const std::string& from, const std::string& to, SysError* err) override {
-    // As on Windows, a file that a reader keeps mapped, or that another
-    // editor holds, is not replaced under it.
-    if (DWORD blocker = ReplaceBlocker(to); blocker != kErrSuccess) return Fail(err, blocker);
-    struct stat target {};
-    if (stat(to.c_str(), &target) == 0 && (target.st_mode & 0222) == 0) {
-      return Fail(err, kErrAccessDenied);  // read-only files are not overwritten
+  std::unique_ptr<WritableFile> NewWritableFile(const std::string& path, SysError* err) override {
+    // 0666: the process's umask decides, as for any file the user creates.
+    int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+    if (fd < 0) {
+      FailErrno(err, errno);
+      return nullptr;
     }
-    Fd source(open(from.c_str(), O_RDONLY | O_CLOEXEC));
-    if (!source.valid()) return FailErrno(err, errno);
-    const mode_t mode = ReplacementMode(to);
-    const std::string dir = ParentDirectory(to);
+    return std::make_unique<PosixWritableFile>(fd);
+  }
 
-    // Same file system: sync the finished file and rename it into place.
-    struct stat src {};
-    struct stat dirStat {};
-    if (fstat(source.get(), &src) == 0 && stat(dir.c_str(), &dirStat) == 0 &&
-        src.st_dev == dirStat.st_dev) {
-      Fd writable(open(from.c_str(), O_RDWR | O_CLOEXEC));
-      if (writable.valid() && fsync(writable.get()) == 0 && fchmod(writable.get(), mode) == 0 &&
-          rename(from.c_str(), to.c_str()) == 0) {
-        SyncDirectory(dir);
-        return true;
-      }
-    }
+  bool SyncDirectory(const std::string& dir, SysError* err) override {
+    Fd fd(open(dir.empty() ? "." : dir.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!fd.valid()) return FailErrno(err, errno);
+    if (fsync(fd.get()) != 0) return FailErrno(err, errno);
+    return true;
+  }
 
-    // Otherwise copy beside the target, sync, and rename over it.
-    std::string sibling;
-    Fd out = CreateSibling(to, &sibling, err);
-    if (!out.valid()) return false;
-    bool ok = CopyContent(source.get(), out.get(), err);
-    if (ok && fchmod(out.get(), mode) != 0) ok = FailErrno(err, errno);
-    if (ok && fsync(out.get()) != 0) ok = FailErrno(err, errno);
-    if (ok && close(out.release()) != 0) ok = FailErrno(err, errno);
-    if (ok && rename(sibling.c_str(), to.c_str()) != 0) ok = FailErrno(err, errno);
-    if (!ok) {
-      unlink(sibling.c_str());
-      return false;
-    }
-    SyncDirectory(dir);
+  bool CopyPermissions(const std::string& from, const std::string& to, SysError* err) override {
+    struct stat st {};
+    if (stat(from.c_str(), &st) != 0) return FailErrno(err, errno);
+    if (chmod(to.c_str(), st.st_mode & 07777) != 0) return FailErrno(err, errno);
     return true;
   }
 
@@ -206,6 +148,9 @@ class PosixEnv final : public Env {
   }
 
   bool RenameFile(const std::string& from, const std::string& to, SysError* err) override {
+    // As on Windows, a file that a reader keeps mapped, or that another
+    // editor holds, is not replaced under it.
+    if (DWORD blocker = ReplaceBlocker(to); blocker != kErrSuccess) return Fail(err, blocker);
     if (rename(from.c_str(), to.c_str()) != 0) return FailErrno(err, errno);
     return true;
   }
@@ -248,13 +193,10 @@ class PosixEnv final : public Env {
     struct stat st {};
     if (stat(path.c_str(), &st) != 0) return FailErrno(err, errno);
     mode_t mode = st.st_mode & 07777;
-    if (readOnly) {
-      mode &= ~mode_t{0222};
-    } else {
-      mode_t mask = umask(0);
-      umask(mask);
-      mode |= (0222 & ~mask) | S_IWUSR;
-    }
+    // Clearing the attribute gives the owner write access back; what others
+    // may do is left to the directory's owner, not guessed from a umask.
+    if (readOnly) mode &= ~mode_t{0222};
+    else mode |= S_IWUSR;
     if (chmod(path.c_str(), mode) != 0) return FailErrno(err, errno);
     return true;
   }
@@ -304,24 +246,6 @@ class PosixEnv final : public Env {
     }
   }
 
-  bool WriteFileAtomic(const std::string& path, const std::string& data, SysError* err) override {
-    const mode_t mode = ReplacementMode(path);
-    std::string sibling;
-    Fd out = CreateSibling(path, &sibling, err);
-    if (!out.valid()) return false;
-    bool ok = WriteAll(out.get(), data.data(), data.size(), err);
-    if (ok && fchmod(out.get(), mode) != 0) ok = FailErrno(err, errno);
-    if (ok && fsync(out.get()) != 0) ok = FailErrno(err, errno);
-    if (ok && close(out.release()) != 0) ok = FailErrno(err, errno);
-    if (ok && rename(sibling.c_str(), path.c_str()) != 0) ok = FailErrno(err, errno);
-    if (!ok) {
-      unlink(sibling.c_str());
-      return false;
-    }
-    SyncDirectory(ParentDirectory(path));
-    return true;
-  }
-
   std::unique_ptr<FileLock> LockFile(const std::string& path, bool exclusive,
                                      std::chrono::milliseconds timeout, SysError* err) override {
     Fd fd(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666));
@@ -365,9 +289,18 @@ class PosixEnv final : public Env {
   }
 
   void SleepFor(std::chrono::milliseconds duration) override { std::this_thread::sleep_for(duration); }
+
+  std::chrono::system_clock::time_point Now() override { return std::chrono::system_clock::now(); }
 };
 
 }  // namespace
+
+std::tm ToLocalTime(std::chrono::system_clock::time_point t) {
+  std::time_t seconds = std::chrono::system_clock::to_time_t(t);
+  std::tm local{};
+  localtime_r(&seconds, &local);
+  return local;
+}
 
 Env* DefaultPlatformEnv() {
   static PosixEnv env;

@@ -25,6 +25,7 @@ constexpr Mapping kMappings[] = {
     {EFBIG, kErrDiskFull},          {ENOTEMPTY, kErrDirNotEmpty},
     {EBUSY, kErrBusy},              {ENAMETOOLONG, kErrFilenameTooLong},
     {ELOOP, kErrPathNotFound},      {ETIMEDOUT, kErrTimeout},
+    {EXDEV, kErrNotSameDevice},
 };
 
 // Texts for the numbers that have no errno counterpart, as Windows words them.

@@ -49,13 +49,6 @@ class Handle {
 constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 constexpr DWORD kInvalidAttributes = INVALID_FILE_ATTRIBUTES;
 
-std::string ParentDirectory(const std::string& path) {
-  std::string dir = DirectoryOf(path);
-  if (dir.empty()) return ".";
-  if (dir.size() == 2 && dir[1] == ':') dir += '\\';  // "C:" alone is the drive's current directory
-  return dir;
-}
-
 bool WriteAll(HANDLE h, const char* data, std::size_t size, SysError* err) {
   while (size > 0) {
     const DWORD chunk = static_cast<DWORD>(std::min<std::size_t>(size, 1u << 30));
@@ -65,17 +58,6 @@ bool WriteAll(HANDLE h, const char* data, std::size_t size, SysError* err) {
     data += written;
     size -= written;
   }
-  return true;
-}
-
-// A new, empty, uniquely named file beside `target`, for content that will be
-// moved over it. Being in the target's directory, it is on the same volume
-// (so the move is a rename) and receives that directory's inherited security,
-// not the temporary directory's.
-bool CreateSibling(const std::string& target, std::string* path, SysError* err) {
-  char name[MAX_PATH];
-  if (::GetTempFileNameA(ParentDirectory(target).c_str(), "n4~", 0, name) == 0) return FailLastError(err);
-  *path = name;
   return true;
 }
 
@@ -113,29 +95,26 @@ DWORD ReplaceFailure(const std::string& target, DWORD moveCode) {
   return moveCode == ERROR_ACCESS_DENIED ? static_cast<DWORD>(ERROR_USER_MAPPED_FILE) : moveCode;
 }
 
-// Renames a finished, flushed sibling over `target`. MOVEFILE_WRITE_THROUGH
-// returns only once the rename is on disk, so a crash leaves the old or the
-// new target, never neither.
-bool MoveIntoPlace(const std::string& sibling, const std::string& target, DWORD* code) {
-  if (::MoveFileExA(sibling.c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH)) {
+class Win32WritableFile final : public WritableFile {
+ public:
+  explicit Win32WritableFile(HANDLE h) : h_(h) {}
+  bool Append(const void* data, std::size_t size, SysError* err) override {
+    if (!h_.valid()) return Fail(err, ERROR_INVALID_HANDLE);
+    return WriteAll(h_.get(), static_cast<const char*>(data), size, err);
+  }
+  bool Sync(SysError* err) override {
+    if (!h_.valid()) return Fail(err, ERROR_INVALID_HANDLE);
+    if (!::FlushFileBuffers(h_.get())) return FailLastError(err);
     return true;
   }
-  *code = ::GetLastError();
-  return false;
-}
+  bool Close(SysError* err) override {
+    if (!h_.reset()) return FailLastError(err);
+    return true;
+  }
 
-bool FlushFile(const std::string& path, SysError* err) {
-  Handle h(::CreateFileA(path.c_str(), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
-  if (!h.valid()) return FailLastError(err);
-  if (!::FlushFileBuffers(h.get())) return FailLastError(err);
-  if (!h.reset()) return FailLastError(err);
-  return true;
-}
-
-bool IsReadOnlyFile(const std::string& path) {
-  const DWORD attributes = ::GetFileAttributesA(path.c_str());
-  return attributes != kInvalidAttributes && (attributes & FILE_ATTRIBUTE_READONLY) != 0;
-}
+ private:
+  Handle h_;
+};
 
 class Win32FileLock final : public FileLock {
  public:
@@ -180,22 +159,29 @@ class Win32Env final : public Env {
     return true;
   }
 
-  // `from` usually lies in the temporary directory, possibly on another
-  // volume, so it is always copied beside the target first; the caller
-  // deletes `from` afterwards.
-  bool ReplaceFile(const std::string& from, const std::string& to, SysError* err) override {
-    // Refused before any copying, whatever the file system would allow:
-    // read-only files are not overwritten by a save.
-    if (IsReadOnlyFile(to)) return Fail(err, ERROR_ACCESS_DENIED);
-    std::string sibling;
-    if (!CreateSibling(to, &sibling, err)) return false;
-    bool ok = true;
-    if (!::CopyFileA(from.c_str(), sibling.c_str(), FALSE)) ok = FailLastError(err);
-    if (ok) ok = FlushFile(sibling, err);
-    DWORD code = ERROR_SUCCESS;
-    if (ok && !MoveIntoPlace(sibling, to, &code)) ok = Fail(err, ReplaceFailure(to, code));
-    if (!ok) ::DeleteFileA(sibling.c_str());
-    return ok;
+  std::unique_ptr<WritableFile> NewWritableFile(const std::string& path, SysError* err) override {
+    HANDLE h = ::CreateFileA(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (h == INVALID_HANDLE_VALUE) {
+      FailLastError(err);
+      return nullptr;
+    }
+    return std::make_unique<Win32WritableFile>(h);
+  }
+
+  // Windows has no directory flush; RenameFile writes through instead.
+  bool SyncDirectory(const std::string& dir, SysError* err) override {
+    (void)dir;
+    (void)err;
+    return true;
+  }
+
+  // A file created in the target's directory already inherits its security;
+  // the read-only attribute is refused before a save begins.
+  bool CopyPermissions(const std::string& from, const std::string& to, SysError* err) override {
+    (void)from;
+    (void)to;
+    (void)err;
+    return true;
   }
 
   bool DeleteFile(const std::string& path, SysError* err) override {
@@ -203,10 +189,12 @@ class Win32Env final : public Env {
     return true;
   }
 
-  // As rename(): an existing target is replaced.
+  // As rename(): an existing target is replaced. MOVEFILE_WRITE_THROUGH
+  // returns only once the rename is on disk. Without MOVEFILE_COPY_ALLOWED a
+  // move to another volume fails with ERROR_NOT_SAME_DEVICE.
   bool RenameFile(const std::string& from, const std::string& to, SysError* err) override {
-    if (!::MoveFileExA(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING)) return FailLastError(err);
-    return true;
+    if (::MoveFileExA(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH)) return true;
+    return Fail(err, ReplaceFailure(to, ::GetLastError()));
   }
 
   bool FileExists(const std::string& path) override {
@@ -311,37 +299,6 @@ class Win32Env final : public Env {
     }
   }
 
-  bool WriteFileAtomic(const std::string& path, const std::string& data, SysError* err) override {
-    std::string sibling;
-    if (!CreateSibling(path, &sibling, err)) return false;
-    bool ok = true;
-    {
-      Handle out(::CreateFileA(sibling.c_str(), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL,
-                               nullptr));
-      if (!out.valid()) ok = FailLastError(err);
-      if (ok) ok = WriteAll(out.get(), data.data(), data.size(), err);
-      if (ok && !::FlushFileBuffers(out.get())) ok = FailLastError(err);
-      if (ok && !out.reset()) ok = FailLastError(err);
-    }
-    if (ok) {
-      // A reader that has the file open at this moment (readers hold it only
-      // while reading) makes the move fail; it is tried again for a while.
-      // A read-only target is refused at once.
-      const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(2);
-      DWORD code = ERROR_SUCCESS;
-      while (!MoveIntoPlace(sibling, path, &code)) {
-        const bool inUse = (code == ERROR_ACCESS_DENIED || code == ERROR_SHARING_VIOLATION) && !IsReadOnlyFile(path);
-        if (!inUse || std::chrono::steady_clock::now() >= deadline) {
-          ok = Fail(err, code);
-          break;
-        }
-        ::Sleep(2);
-      }
-    }
-    if (!ok) ::DeleteFileA(sibling.c_str());
-    return ok;
-  }
-
   // The lock is one byte of the lock file, locked with LockFileEx: released
   // by the system when the holder ends, however it ends.
   std::unique_ptr<FileLock> LockFile(const std::string& path, bool exclusive, std::chrono::milliseconds timeout,
@@ -406,9 +363,18 @@ class Win32Env final : public Env {
     const auto ms = std::max<std::chrono::milliseconds::rep>(duration.count(), 0);
     ::Sleep(static_cast<DWORD>(std::min<std::chrono::milliseconds::rep>(ms, INFINITE - 1)));
   }
+
+  std::chrono::system_clock::time_point Now() override { return std::chrono::system_clock::now(); }
 };
 
 }  // namespace
+
+std::tm ToLocalTime(std::chrono::system_clock::time_point t) {
+  std::time_t seconds = std::chrono::system_clock::to_time_t(t);
+  std::tm local{};
+  localtime_s(&local, &seconds);
+  return local;
+}
 
 Env* DefaultPlatformEnv() {
   static Win32Env env;
