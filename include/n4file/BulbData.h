@@ -29,25 +29,6 @@
 #include "n4file/RiffFile.h"
 #include "n4file/Types.h"
 
-// Colour technology of a sign.
-enum tag_N4_SIGN_COLOR {
-  Mono1 = 0,
-  Quad16 = 1,
-  Tri3 = 2,
-  Quad256 = 3,
-  Mono4 = 4,
-  Quad64K = 5,
-  Mono16 = 6,
-  Tri256 = 7,
-  Quad16M = 8,
-  RGB64 = 9,
-  RGB4K = 10,
-  RGB16M = 11,
-  Mono64 = 12,
-  RGB32KB = 13,  // one 16-bit (5-5-5) pixel per bulb
-  RGB16MB = 14,  // one 24-bit BGR pixel per bulb
-};
-
 // Compression method of stored bulb data. It is not kept inside the chunk:
 // the owning frame records it (a graphic header stores it at offset 48).
 enum tag_N4_BULB_COMPRESS_TYPE {

@@ -43,16 +43,8 @@
 #include <string>
 #include <vector>
 
-#include "n4file/BulbData.h"
 #include "n4file/Export.h"
 #include "n4file/Types.h"
-
-// Pixel technology of a sign, written as the letters "I", "R" and "L".
-enum tag_N4_PIXEL_TECH : int {
-  PixelTechI = 1,
-  PixelTechR = 2,
-  PixelTechL = 3,
-};
 
 namespace n4 {
 

@@ -7,7 +7,8 @@
 //
 // On Windows this is the system registry. Elsewhere it is a store of registry
 // export files, one per root, in $N4_REGISTRY_DIR (HKEY_LOCAL_MACHINE.reg and
-// HKEY_CURRENT_USER.reg; without the variable /var/lib/n4000/registry for the
+// HKEY_CURRENT_USER.reg; without the variable the folder "registry" of the
+// default data directory (GetDefaultDirectory) for the
 // machine and $XDG_CONFIG_HOME/n4000 or ~/.config/n4000 for the user). Those
 // files use the Windows registry editor's "Version 5.00" export format, so a
 // branch exported on Windows can be copied in as it is; REGEDIT4 files are read

@@ -184,6 +184,35 @@ struct CRect {
   friend constexpr bool operator==(const CRect&, const CRect&) = default;
 };
 
+// The sign enumerations shared by the bulb data, sequence and library-path
+// families.
+
+// Colour technology of a sign.
+enum tag_N4_SIGN_COLOR {
+  Mono1 = 0,
+  Quad16 = 1,
+  Tri3 = 2,
+  Quad256 = 3,
+  Mono4 = 4,
+  Quad64K = 5,
+  Mono16 = 6,
+  Tri256 = 7,
+  Quad16M = 8,
+  RGB64 = 9,
+  RGB4K = 10,
+  RGB16M = 11,
+  Mono64 = 12,
+  RGB32KB = 13,  // one 16-bit (5-5-5) pixel per bulb
+  RGB16MB = 14,  // one 24-bit BGR pixel per bulb
+};
+
+// Pixel technology of a sign, written as the letters "I", "R" and "L".
+enum tag_N4_PIXEL_TECH : int {
+  PixelTechI = 1,
+  PixelTechR = 2,
+  PixelTechL = 3,
+};
+
 namespace n4 {
 
 // A four-character code with its first character in the lowest byte.

@@ -1,5 +1,8 @@
-// The settings store behind CN4Registry: the Windows registry, or elsewhere a
-// file-backed store that behaves like it.
+// The shape of a settings store behind CN4Registry, and the system registry
+// where the operating system has one (Windows). Where it has none, the
+// registry subsystem keeps its own file-backed store of the same shape
+// (registry/FileRegistryStore.h) and chooses between the two
+// (registry/StoreSelection.h).
 //
 // The calls mirror the registry functions they stand for (RegOpenKeyExA, ...)
 // and return the same Windows error numbers, so the code above them is the
@@ -40,9 +43,6 @@ class RegistryStore {
  public:
   virtual ~RegistryStore() = default;
 
-  // The store for this platform, or the one a test installed.
-  static RegistryStore* Default();
-
   // Opens an existing key below `parent`; `subkey` is a "\"-separated path.
   virtual LONG OpenKey(HKEY parent, const std::string& subkey, DWORD access, HKEY* result) = 0;
   // Opens the key, creating it and any missing parents first (non-volatile).
@@ -60,19 +60,7 @@ class RegistryStore {
                         DWORD size) = 0;
 };
 
-// Installs a store for the lifetime of this object (tests only; not thread-safe).
-class ScopedRegistryStore {
- public:
-  explicit ScopedRegistryStore(RegistryStore* store);
-  ~ScopedRegistryStore();
-  ScopedRegistryStore(const ScopedRegistryStore&) = delete;
-  ScopedRegistryStore& operator=(const ScopedRegistryStore&) = delete;
-
- private:
-  RegistryStore* previous_;
-};
-
-// The store of the platform being built, defined in posix/ or win32/.
-RegistryStore* PlatformRegistryStore();
+// The operating system's registry; null where the system has none.
+RegistryStore* SystemRegistryStore();
 
 }  // namespace n4

@@ -46,6 +46,8 @@ int ReadDirectoryValue(const char* valueName, std::string& path) {
 
 }  // namespace
 
+// The one default data directory: "C:\N4000" where paths use backslashes
+// (Windows), its documented equivalent elsewhere.
 const char* CN4Registry::GetDefaultDirectory() {
   return n4::Env::Default()->PathSeparator() == '\\' ? "C:\\N4000" : "/var/lib/n4000";
 }

@@ -5,7 +5,7 @@
 #include <limits>
 #include <vector>
 
-#include "platform/RegistryStore.h"
+#include "registry/StoreSelection.h"
 
 namespace {
 
@@ -39,7 +39,7 @@ std::string CN4Registry::BuildRegistryKey(const char* section, const char* subke
 
 int CN4Registry::CloseRegistryKey() {
   if (m_hKey == nullptr) return 1;
-  if (n4::RegistryStore::Default()->CloseKey(m_hKey) != n4::kRegSuccess) return 0;
+  if (n4::DefaultRegistryStore()->CloseKey(m_hKey) != n4::kRegSuccess) return 0;
   m_hKey = nullptr;
   return 1;
 }
@@ -48,7 +48,7 @@ int CN4Registry::OpenRegistryKey(HKEY root, const char* path, unsigned long acce
   CloseRegistryKey();
   if (BadPath(root, path)) return 0;
   HKEY key = nullptr;
-  if (n4::RegistryStore::Default()->OpenKey(root, path, static_cast<DWORD>(access), &key) !=
+  if (n4::DefaultRegistryStore()->OpenKey(root, path, static_cast<DWORD>(access), &key) !=
       n4::kRegSuccess) {
     return 0;
   }
@@ -60,7 +60,7 @@ int CN4Registry::CreateRegistryKey(HKEY root, const char* path, unsigned long ac
   CloseRegistryKey();
   if (BadPath(root, path)) return 0;
   HKEY key = nullptr;
-  if (n4::RegistryStore::Default()->CreateKey(root, path, static_cast<DWORD>(access), &key) !=
+  if (n4::DefaultRegistryStore()->CreateKey(root, path, static_cast<DWORD>(access), &key) !=
       n4::kRegSuccess) {
     return 0;
   }
@@ -123,7 +123,7 @@ int CN4Registry::GetRegistryDword(HKEY key, const char* name, unsigned long* val
   for (int i = 0; i < 4; ++i) bytes[i] = static_cast<BYTE>(current >> (8 * i));
   DWORD type = REG_NONE;
   DWORD size = sizeof bytes;
-  if (n4::RegistryStore::Default()->QueryValue(key, NameOf(name), &type, bytes, &size) !=
+  if (n4::DefaultRegistryStore()->QueryValue(key, NameOf(name), &type, bytes, &size) !=
           n4::kRegSuccess ||
       type != REG_DWORD) {
     return 0;
@@ -138,7 +138,7 @@ int CN4Registry::GetRegistryString(HKEY key, const char* name, char* buffer, uns
   if (buffer == nullptr) return 0;
   DWORD type = REG_NONE;
   DWORD length = Capacity(size);
-  if (n4::RegistryStore::Default()->QueryValue(key, NameOf(name), &type,
+  if (n4::DefaultRegistryStore()->QueryValue(key, NameOf(name), &type,
                                                reinterpret_cast<BYTE*>(buffer), &length) !=
           n4::kRegSuccess ||
       type != REG_SZ) {
@@ -154,7 +154,7 @@ int CN4Registry::GetRegistryString(HKEY key, const char* name, char* buffer, uns
 int CN4Registry::GetRegistryString(HKEY key, const char* name, std::string& value) {
   DWORD type = REG_NONE;
   DWORD length = 0;
-  if (n4::RegistryStore::Default()->QueryValue(key, NameOf(name), &type, nullptr, &length) !=
+  if (n4::DefaultRegistryStore()->QueryValue(key, NameOf(name), &type, nullptr, &length) !=
           n4::kRegSuccess ||
       type != REG_SZ || length == 0) {
     return 0;
@@ -169,7 +169,7 @@ int CN4Registry::GetRegistryBinary(HKEY key, const char* name, void* buffer, uns
   if (buffer == nullptr) return 0;
   DWORD type = REG_NONE;
   DWORD length = Capacity(size);
-  return n4::RegistryStore::Default()->QueryValue(key, NameOf(name), &type,
+  return n4::DefaultRegistryStore()->QueryValue(key, NameOf(name), &type,
                                                   static_cast<BYTE*>(buffer), &length) ==
                  n4::kRegSuccess &&
          type == REG_BINARY;
@@ -179,13 +179,13 @@ int CN4Registry::SetRegistryDword(HKEY key, const char* name, unsigned long* val
   if (value == nullptr) return 0;
   BYTE bytes[4];
   for (int i = 0; i < 4; ++i) bytes[i] = static_cast<BYTE>(*value >> (8 * i));
-  return n4::RegistryStore::Default()->SetValue(key, NameOf(name), REG_DWORD, bytes,
+  return n4::DefaultRegistryStore()->SetValue(key, NameOf(name), REG_DWORD, bytes,
                                                 sizeof bytes) == n4::kRegSuccess;
 }
 
 int CN4Registry::SetRegistryString(HKEY key, const char* name, const char* value) {
   if (value == nullptr) return 0;
-  return n4::RegistryStore::Default()->SetValue(key, NameOf(name), REG_SZ,
+  return n4::DefaultRegistryStore()->SetValue(key, NameOf(name), REG_SZ,
                                                 reinterpret_cast<const BYTE*>(value),
                                                 static_cast<DWORD>(std::strlen(value) + 1)) ==
          n4::kRegSuccess;
@@ -194,7 +194,7 @@ int CN4Registry::SetRegistryString(HKEY key, const char* name, const char* value
 int CN4Registry::SetRegistryBinary(HKEY key, const char* name, const void* buffer,
                                    unsigned long size) {
   if ((buffer == nullptr && size != 0) || size > std::numeric_limits<DWORD>::max()) return 0;
-  return n4::RegistryStore::Default()->SetValue(key, NameOf(name), REG_BINARY,
+  return n4::DefaultRegistryStore()->SetValue(key, NameOf(name), REG_BINARY,
                                                 static_cast<const BYTE*>(buffer),
                                                 static_cast<DWORD>(size)) == n4::kRegSuccess;
 }

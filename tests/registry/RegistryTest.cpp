@@ -3,7 +3,7 @@
 #include <cstring>
 
 #include "n4file/Registry.h"
-#include "platform/RegistryStore.h"
+#include "registry/StoreSelection.h"
 #include "registry/RegFormat.h"
 #include "registry/Utf16.h"
 #include "RegistryTestEnv.h"
@@ -253,7 +253,7 @@ class StubbornStore : public n4::RegistryStore {
 };
 
 TEST_F(RegistryTest, AFailedCloseKeepsTheHandle) {
-  StubbornStore store(n4::RegistryStore::Default());
+  StubbornStore store(n4::DefaultRegistryStore());
   n4::ScopedRegistryStore scoped(&store);
   CN4Registry reg;
   ASSERT_EQ(reg.CreateUserRegistryKey("X"), 1);

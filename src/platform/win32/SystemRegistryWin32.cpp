@@ -1,4 +1,4 @@
-// The registry store on Windows is the system registry itself.
+// The system registry, behind the settings-store interface.
 #include "platform/RegistryStore.h"
 
 #include <windows.h>
@@ -35,7 +35,7 @@ class Win32RegistryStore : public RegistryStore {
 
 }  // namespace
 
-RegistryStore* PlatformRegistryStore() {
+RegistryStore* SystemRegistryStore() {
   static Win32RegistryStore store;
   return &store;
 }
