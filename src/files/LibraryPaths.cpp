@@ -5,6 +5,7 @@
 
 #include "files/PathText.h"
 #include "n4file/Files.h"
+#include "platform/Path.h"
 
 namespace {
 
@@ -85,7 +86,7 @@ std::optional<SignFields> ParseSignName(std::string_view name) {
 
 // Splits off the last name of `path`; false when there is no separator.
 bool SplitLast(std::string_view* path, std::string_view* last) {
-  std::size_t sep = path->find_last_of("\\/");
+  std::size_t sep = n4::path::LastSeparator(*path);
   if (sep == std::string_view::npos) return false;
   *last = path->substr(sep + 1);
   *path = path->substr(0, sep);
@@ -136,8 +137,10 @@ std::string CN4Files::BuildPath(const std::string& shareDir, DWORD rows, DWORD c
   m_ePixelTech = pixel;
   m_strLibrary = library;
   m_strFile = file;
-  m_strPath = m_strShareDir + "\\" + BuildSign() + std::string(kSignSuffix) + "\\" + m_strLibrary +
-              std::string(kLibSuffix) + "\\" + m_strFile + "." + m_strExtension;
+  // Composed with this platform's separator; ParsePath accepts either.
+  const char sep = n4::path::PreferredSeparator();
+  m_strPath = m_strShareDir + sep + BuildSign() + std::string(kSignSuffix) + sep + m_strLibrary +
+              std::string(kLibSuffix) + sep + m_strFile + "." + m_strExtension;
   return m_strPath;
 }
 

@@ -4,11 +4,14 @@
 #include "files/PathText.h"
 #include "n4file/Files.h"
 #include "platform/Env.h"
+#include "platform/Path.h"
 
 namespace {
 
 using n4::files::EndsWithNoCase;
-using n4::files::NativePath;
+using n4::path::Append;
+
+std::string NativePath(std::string_view path) { return n4::path::WithSeparators(path); }
 
 std::vector<std::string> ListDirectories(n4::Env* env, const std::string& dir,
                                          std::string_view suffix) {
@@ -16,7 +19,7 @@ std::vector<std::string> ListDirectories(n4::Env* env, const std::string& dir,
   n4::SysError err;
   if (!env->ListDirectory(NativePath(dir), &names, &err)) return {};
   std::erase_if(names, [&](const std::string& name) {
-    return !EndsWithNoCase(name, suffix) || !env->DirectoryExists(NativePath(dir + "\\" + name));
+    return !EndsWithNoCase(name, suffix) || !env->DirectoryExists(NativePath(Append(dir, name)));
   });
   return names;
 }
@@ -40,13 +43,13 @@ int CN4Files::FindFiles(std::vector<std::string>& paths, std::string shareDir, i
   // the paths built for the same fields.
   std::vector<std::string> found;
   for (const auto& sign : ListDirectories(env, shareDir, ".Sign")) {
-    const std::string signDir = shareDir + "\\" + sign;
+    const std::string signDir = Append(shareDir, sign);
     for (const auto& library : ListDirectories(env, signDir, ".Lib")) {
-      const std::string libDir = signDir + "\\" + library;
+      const std::string libDir = Append(signDir, library);
       std::vector<std::string> names;
       if (!env->ListDirectory(NativePath(libDir), &names, &err)) continue;
       for (const auto& name : names) {
-        const std::string path = libDir + "\\" + name;
+        const std::string path = Append(libDir, name);
         CN4Files file;
         if (!IsFileValid(path) || !file.ParsePath(path)) continue;
         if (fccType != 0 && file.GetFccType() != static_cast<DWORD>(fccType)) continue;

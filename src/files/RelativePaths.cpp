@@ -1,13 +1,14 @@
 // CN4Files: shortened, relative and full forms of paths.
 #include "files/PathText.h"
 #include "n4file/Files.h"
+#include "platform/Path.h"
 
 namespace {
 
 using n4::files::EqualNoCase;
-using n4::files::PathParts;
-using n4::files::SeparatorStyle;
-using n4::files::SplitPath;
+using PathParts = n4::path::Parts;
+using n4::path::SeparatorUsedIn;
+using n4::path::Split;
 
 std::string JoinNames(const std::vector<std::string>& names, std::size_t from, char sep) {
   std::string out;
@@ -40,7 +41,7 @@ void Normalise(PathParts* parts) {
 bool SameRoot(const std::string& a, const std::string& b) {
   if (a.size() != b.size()) return false;
   for (std::size_t i = 0; i < a.size(); ++i) {
-    if (n4::files::IsSeparator(a[i]) && n4::files::IsSeparator(b[i])) continue;
+    if (n4::path::IsSeparator(a[i]) && n4::path::IsSeparator(b[i])) continue;
     if (!EqualNoCase(std::string_view(a).substr(i, 1), std::string_view(b).substr(i, 1))) {
       return false;
     }
@@ -55,8 +56,8 @@ std::string CN4Files::GetAbbreviatedPath(int maxLength) const {
     return maxLength >= 0 && s.size() <= static_cast<std::size_t>(maxLength);
   };
   if (fits(m_strPath)) return m_strPath;
-  const char sep = SeparatorStyle(m_strPath);
-  PathParts parts = SplitPath(m_strPath);
+  const char sep = SeparatorUsedIn(m_strPath, n4::path::PreferredSeparator());
+  PathParts parts = Split(m_strPath);
   if (parts.names.empty()) return m_strPath;
   const std::string ellipsis = "...";
   const std::size_t count = parts.names.size();
@@ -65,7 +66,7 @@ std::string CN4Files::GetAbbreviatedPath(int maxLength) const {
   // there is room for it, else after "...\".
   const bool hasHead = !parts.root.empty() || count > 2;
   std::string head = parts.root.empty() ? parts.names[0] : parts.root;
-  if (!n4::files::IsSeparator(head.back())) head += sep;
+  if (!n4::path::IsSeparator(head.back())) head += sep;
   const std::size_t firstKept = parts.root.empty() ? 1 : 0;
   for (std::size_t from = 1; from < count; ++from) {
     const std::string tail = ellipsis + sep + JoinNames(parts.names, from, sep);
@@ -80,8 +81,8 @@ std::string CN4Files::GetRelPath(const std::string& baseDir) const {
 }
 
 std::string CN4Files::GetRelPath(const std::string& path, const std::string& baseDir) {
-  PathParts target = SplitPath(path);
-  PathParts base = SplitPath(baseDir);
+  PathParts target = Split(path);
+  PathParts base = Split(baseDir);
   Normalise(&target);
   Normalise(&base);
   if (!SameRoot(target.root, base.root)) return path;
@@ -94,28 +95,28 @@ std::string CN4Files::GetRelPath(const std::string& path, const std::string& bas
   for (std::size_t i = common; i < base.names.size(); ++i) {
     if (base.names[i] == "..") return path;
   }
-  const char sep = SeparatorStyle(path, SeparatorStyle(baseDir));
+  const char sep = SeparatorUsedIn(path, SeparatorUsedIn(baseDir, n4::path::PreferredSeparator()));
   PathParts rel;
   for (std::size_t i = common; i < base.names.size(); ++i) rel.names.emplace_back("..");
   for (std::size_t i = common; i < target.names.size(); ++i) rel.names.push_back(target.names[i]);
   if (rel.names.empty()) return ".";
-  return n4::files::JoinPath(rel, sep);
+  return n4::path::Join(rel, sep);
 }
 
 std::string CN4Files::GetFullPath(const std::string& relPath, const std::string& baseDir) {
-  const char sep = SeparatorStyle(baseDir, SeparatorStyle(relPath));
-  PathParts rel = SplitPath(relPath);
+  const char sep = SeparatorUsedIn(baseDir, SeparatorUsedIn(relPath, n4::path::PreferredSeparator()));
+  PathParts rel = Split(relPath);
   PathParts full;
   if (!rel.root.empty()) {
     full = std::move(rel);
   } else {
-    full = SplitPath(baseDir);
+    full = Split(baseDir);
     for (auto& name : rel.names) full.names.push_back(std::move(name));
   }
   Normalise(&full);
   // The root keeps its spelling but takes the chosen separator.
   for (char& c : full.root) {
-    if (n4::files::IsSeparator(c)) c = sep;
+    if (n4::path::IsSeparator(c)) c = sep;
   }
-  return n4::files::JoinPath(full, sep);
+  return n4::path::Join(full, sep);
 }

@@ -5,6 +5,8 @@
 #include <cstdio>
 #include <random>
 
+#include "platform/Path.h"
+
 namespace n4 {
 namespace {
 
@@ -16,11 +18,6 @@ std::string DirectoryForSync(const std::string& path) {
   return dir.empty() ? std::string(".") : dir;
 }
 
-std::string BaseName(const std::string& path) {
-  auto pos = path.find_last_of("/\\");
-  return pos == std::string::npos ? path : path.substr(pos + 1);
-}
-
 // Unique among this process's writers, and unlikely to meet another
 // process's: the creation is exclusive and retried anyway.
 std::string TemporaryNameBeside(const std::string& target) {
@@ -28,7 +25,7 @@ std::string TemporaryNameBeside(const std::string& target) {
   char suffix[24];
   std::snprintf(suffix, sizeof suffix, ".~%08x", counter.fetch_add(0x9E3779B9u));
   std::string dir = DirectoryOf(target);
-  std::string leaf = "." + BaseName(target) + suffix;
+  std::string leaf = "." + path::FileNameOf(target) + suffix;
   return dir.empty() ? leaf : JoinPath(dir, leaf);
 }
 

@@ -1,5 +1,6 @@
 // Platform-independent parts of the platform layer.
 #include "platform/Env.h"
+#include "platform/Path.h"
 
 namespace n4 {
 
@@ -22,19 +23,8 @@ bool Fail(SysError* err, DWORD code) {
   return false;
 }
 
-static bool IsSeparator(char c) { return c == '/' || c == '\\'; }
+std::string JoinPath(const std::string& dir, const std::string& name) { return path::Append(dir, name); }
 
-std::string JoinPath(const std::string& dir, const std::string& name) {
-  if (dir.empty()) return name;
-  if (IsSeparator(dir.back())) return dir + name;
-  return dir + Env::Default()->PathSeparator() + name;
-}
-
-std::string DirectoryOf(const std::string& path) {
-  auto pos = path.find_last_of("/\\");
-  if (pos == std::string::npos) return "";
-  if (pos == 0) return path.substr(0, 1);
-  return path.substr(0, pos);
-}
+std::string DirectoryOf(const std::string& p) { return path::ParentOf(p); }
 
 }  // namespace n4

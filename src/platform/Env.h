@@ -270,10 +270,12 @@ class ScopedEnv {
 // The local calendar time of t (the platform's thread-safe conversion).
 std::tm ToLocalTime(std::chrono::system_clock::time_point t);
 
-// Joins a directory and a name with the platform's separator (no doubling).
+// Joins a directory and a name with the platform's separator (no doubling);
+// path::Append (platform/Path.h) with the native style.
 std::string JoinPath(const std::string& dir, const std::string& name);
 
 // The directory part of a path (accepts both separators); "" when none.
+// path::ParentOf.
 std::string DirectoryOf(const std::string& path);
 
 }  // namespace n4

@@ -5,6 +5,7 @@
 #include "n4file/RiffFile.h"
 #include "platform/AtomicFile.h"
 #include "platform/Env.h"
+#include "platform/Path.h"
 #include "riff/LastError.h"
 #include "util/ByteOrder.h"
 
@@ -88,24 +89,12 @@ int CN4RiffFile::CopyToTemp() {
 int CN4RiffFile::IsSpaceAvailable(const std::string& newFile) {
   Env* env = Env::Default();
   const std::string& path = m_strOriginalPath;
-  std::string root;
-  if (path.size() >= 3 && path[1] == ':' && path[2] == '\\') {
-    root = path.substr(0, 3);
-  } else if (path.find('\\') != std::string::npos) {
-    // A network share: "\\server\share\" up to the fourth backslash.
-    int seen = 0;
-    std::size_t i = 0;
-    for (; i < path.size() && seen < 4; ++i) {
-      if (path[i] == '\\') ++seen;
-    }
-    if (seen < 4) return 1;
-    root = path.substr(0, i);
-  } else {
-    // Paths without backslashes (POSIX paths) are checked against the file
-    // system of their directory.
-    root = n4::DirectoryOf(path);
-    if (root.empty()) root.assign(1, '.');
-  }
+  // Windows rules wherever the path is written with backslashes (a drive or
+  // a network share); a path of this platform's otherwise.
+  const bool windowsPath = path.find('\\') != std::string::npos;
+  const std::string root =
+      n4::path::VolumeRoot(path, windowsPath ? n4::path::Style::Windows : n4::path::Style::Native);
+  if (root.empty()) return 1;
 
   n4::DiskFreeSpace space;
   n4::SysError ignored;

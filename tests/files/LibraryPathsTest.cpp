@@ -4,6 +4,7 @@
 #include <string>
 
 #include "n4file/Files.h"
+#include "platform/Env.h"
 
 namespace {
 
@@ -12,6 +13,13 @@ const DWORD kScpt = n4::MakeFourCC("scpt");
 
 tag_N4_SIGN_COLOR Color(int v) { return static_cast<tag_N4_SIGN_COLOR>(v); }
 tag_N4_PIXEL_TECH Pixel(int v) { return static_cast<tag_N4_PIXEL_TECH>(v); }
+
+// A path written with "/" in this platform's spelling: composed paths use
+// its separator.
+std::string Native(std::string path) {
+  std::replace(path.begin(), path.end(), '/', n4::Env::Default()->PathSeparator());
+  return path;
+}
 
 struct Fields {
   std::string share, library, file, extension;
@@ -45,11 +53,13 @@ TEST(LibraryPaths, SignFolderNames) {
 
 TEST(LibraryPaths, BuildPathComposesTheSchemeOrNothing) {
   CN4Files f;
-  EXPECT_EQ(f.BuildPath("D:\\Shows", 16, 80, Mono1, PixelTechI, "Weather", "Rain", "SQ4"),
-            "D:\\Shows\\16x80.Mono1.I.Sign\\Weather.Lib\\Rain.SQ4");
-  EXPECT_EQ(f.GetPath(), "D:\\Shows\\16x80.Mono1.I.Sign\\Weather.Lib\\Rain.SQ4");
-  EXPECT_EQ(f.BuildPath("/srv/shows", 8, 32, Quad16, PixelTechI, "News", "Top", kScpt),
-            "/srv/shows\\8x32.Quad16.I.Sign\\News.Lib\\Top.SC4");
+  EXPECT_EQ(f.BuildPath(Native("/share"), 16, 80, Mono1, PixelTechI, "News", "Morning", "SQ4"),
+            Native("/share/16x80.Mono1.I.Sign/News.Lib/Morning.SQ4"));
+  EXPECT_EQ(f.GetPath(), Native("/share/16x80.Mono1.I.Sign/News.Lib/Morning.SQ4"));
+  // A share directory in the other spelling is kept as given; the parts
+  // added are this platform's.
+  EXPECT_EQ(f.BuildPath("D:\\Shows", 8, 32, Quad16, PixelTechI, "News", "Top", kScpt),
+            "D:\\Shows" + Native("/8x32.Quad16.I.Sign/News.Lib/Top.SC4"));
   EXPECT_EQ(f.GetFccType(), kScpt);
 
   const struct {
@@ -81,11 +91,11 @@ TEST(LibraryPaths, BuildPathComposesTheSchemeOrNothing) {
   // A kind that has no extension gives no path.
   EXPECT_EQ(f.BuildPath("S", 16, 80, Mono1, PixelTechI, "L", "F", n4::MakeFourCC("RIFF")), "");
   // Colour 15 and pixel 0 are in range though nameless.
-  EXPECT_EQ(f.BuildPath("S", 1, 2, Color(15), Pixel(0), "L", "F", "SQ4"), "S\\1x2...Sign\\L.Lib\\F.SQ4");
+  EXPECT_EQ(f.BuildPath("S", 1, 2, Color(15), Pixel(0), "L", "F", "SQ4"), Native("S/1x2...Sign/L.Lib/F.SQ4"));
   // The palette flag set by BuildSign makes a palette folder.
   f.BuildSign(0, 0, Mono1, PixelTechI, 1);
   EXPECT_EQ(f.BuildPath("S", 32, 64, Mono4, PixelTechL, "L", "F", kSeq4),
-            "S\\Palette.Mono4.L.Sign\\L.Lib\\F.SQ4");
+            Native("S/Palette.Mono4.L.Sign/L.Lib/F.SQ4"));
   EXPECT_EQ(f.GetRows(), 16u);
 }
 
@@ -198,8 +208,8 @@ TEST(LibraryPaths, ParsingIgnoresCaseOfNamesButKeepsTheirSpelling) {
 
 TEST(LibraryPaths, AbbreviationKeepsTheRootAndTheLastNames) {
   CN4Files f;
-  const std::string path =
-      f.BuildPath("C:\\Shows", 16, 80, Mono1, PixelTechI, "Weather", "Rain", "SQ4");
+  const std::string path = "C:\\Shows\\16x80.Mono1.I.Sign\\Weather.Lib\\Rain.SQ4";
+  ASSERT_EQ(f.ParsePath(path), 1);
   ASSERT_EQ(path.size(), 48u);
   const struct {
     int max;

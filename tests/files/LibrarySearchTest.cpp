@@ -23,7 +23,13 @@ class LibrarySearch : public ::testing::Test {
   void MakeDir(const std::string& relative) {
     std::filesystem::create_directories(std::filesystem::path(dir_.path()) / relative);
   }
-  std::string In(const std::string& relative) const { return dir_.path() + "\\" + relative; }
+  // Found paths are composed with this platform's separator.
+  std::string In(std::string relative) const {
+    for (char& c : relative) {
+      if (c == '\\') c = n4::Env::Default()->PathSeparator();
+    }
+    return n4::JoinPath(dir_.path(), relative);
+  }
 
   n4test::TempDir dir_;
 };
