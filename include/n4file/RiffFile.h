@@ -17,6 +17,7 @@
 #include <bit>
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -152,6 +153,13 @@ class N4FILE_API CN4RiffChunk {
   // plain chunk: for records whose own AttachToFile needs sub-chunks that
   // they append next.
   void* AppendHeaderToFile(CN4RiffFile* file, DWORD id, DWORD size, DWORD type);
+  // Appends this object as a "LIST" chunk of type listType holding members
+  // in order. The file first grows by `bytes` (the whole list), so that the
+  // list is appended within one mapping. Null when the growth or any append
+  // fails (the file keeps the error); else the end of the list, whose size
+  // then covers its members.
+  void* AppendListToFile(CN4RiffFile* file, DWORD listType, DWORD bytes,
+                         std::span<CN4RiffChunk* const> members);
   // Adds the mapping's displacement to one pointer (null stays null).
   static void Rebase(std::byte*& p, void* newBase, void* oldBase);
   // The attach of a record held in one chunk: views the chunk at p and

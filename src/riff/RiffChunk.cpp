@@ -79,6 +79,19 @@ void* CN4RiffChunk::AppendHeaderToFile(CN4RiffFile* file, DWORD id, DWORD size, 
   return AppendChunk(file, id, size, type, false);
 }
 
+void* CN4RiffChunk::AppendListToFile(CN4RiffFile* file, DWORD listType, DWORD bytes,
+                                     std::span<CN4RiffChunk* const> members) {
+  if (!file || !file->GrowFile(bytes)) return nullptr;
+  void* end = AppendHeaderToFile(file, n4::kFourccLIST, 4, listType);
+  for (CN4RiffChunk* member : members) {
+    if (!end) return nullptr;
+    end = member->AppendToFile(file);
+  }
+  if (!end) return nullptr;
+  SizeChunk(end);
+  return end;
+}
+
 void* CN4RiffChunk::AppendChunk(CN4RiffFile* file, DWORD id, DWORD size, DWORD type, bool ownAttach) {
   if (!file) return nullptr;
   if ((id == n4::kFourccRIFF || id == n4::kFourccLIST) && size < 4) size = 4;

@@ -20,15 +20,9 @@ DWORD CN4RiffInfo::BytesRequired() const {
 }
 
 void* CN4RiffInfo::AppendToFile(CN4RiffFile* file) {
-  if (!file || !file->GrowFile(BytesRequired())) return nullptr;
-  void* end = CN4RiffChunk::AppendToFile(file, n4::kFourccLIST, 4, n4::kFourccINFO);
-  if (!end) return nullptr;
-  for (auto& s : m_aStrings) {
-    end = s.AppendToFile(file);
-    if (!end) return nullptr;
-  }
-  SizeChunk(end);
-  return end;
+  CN4RiffChunk* members[StringCount];
+  for (int i = 0; i < StringCount; ++i) members[i] = &m_aStrings[i];
+  return AppendListToFile(file, n4::kFourccINFO, BytesRequired(), members);
 }
 
 void* CN4RiffInfo::AttachToFile(void* chunk) {

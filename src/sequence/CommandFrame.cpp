@@ -22,18 +22,10 @@ CN4CmdFrame::CN4CmdFrame() {
 tag_N4_FRM* CN4CmdFrame::FrameHdr() { return reinterpret_cast<tag_N4_FRM*>(m_CommandHdr.CmdHdr()); }
 
 void* CN4CmdFrame::AppendToFile(CN4RiffFile* file) {
-  if (!file) return nullptr;
-  // The appends below fail on their own when the growth did not happen.
-  file->GrowFile(BytesRequired());
-  if (!AppendHeaderToFile(file, n4::kFourccLIST, 4, n4::kFourccCmd)) return nullptr;
-  void* end = m_CommandHdr.AppendToFile(file);
-  if (!end) return nullptr;
-  for (auto& slot : m_aCommands) {
-    end = slot.AppendToFile(file);
-    if (!end) return nullptr;
-  }
-  SizeChunk(end);
-  return end;
+  CN4RiffChunk* members[1 + kSlots];
+  members[0] = &m_CommandHdr;
+  for (int i = 0; i < kSlots; ++i) members[1 + i] = &m_aCommands[i];
+  return AppendListToFile(file, n4::kFourccCmd, BytesRequired(), members);
 }
 
 void* CN4CmdFrame::AttachToFile(void* chunk) {

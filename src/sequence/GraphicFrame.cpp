@@ -24,13 +24,9 @@ void CN4GphFrame::SetBulbCompInfoPtr(SN4BulbCompInfo* info) { m_BulbData.SetBulb
 tag_N4_FRM* CN4GphFrame::FrameHdr() { return reinterpret_cast<tag_N4_FRM*>(m_GraphicHdr.GphHdr()); }
 
 void* CN4GphFrame::AppendToFile(CN4RiffFile* file) {
-  if (!file || !file->GrowFile(BytesRequired(file))) return nullptr;
-  if (!AppendHeaderToFile(file, n4::kFourccLIST, 4, n4::kFourccGrp)) return nullptr;
-  if (!m_GraphicHdr.AppendToFile(file)) return nullptr;
-  void* end = m_BulbData.AppendToFile(file);
-  if (!end) return nullptr;
-  SizeChunk(end);
-  return end;
+  if (!file) return nullptr;
+  CN4RiffChunk* const members[] = {&m_GraphicHdr, &m_BulbData};
+  return AppendListToFile(file, n4::kFourccGrp, BytesRequired(file), members);
 }
 
 void* CN4GphFrame::AttachToFile(void* chunk) {

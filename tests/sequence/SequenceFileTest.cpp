@@ -176,3 +176,28 @@ TEST_F(SequenceFileTest, CopiedGraphicFramesHandTheMethodOver) {
 }
 
 }  // namespace
+
+namespace {
+
+// Frames held in a list chunk grow the file once for the whole list; when
+// that fails the frame is refused with the system's error and nothing of it
+// is left in the file.
+TEST(ListFrames, AFailedGrowthIsReported) {
+  n4test::TempDir dir;
+  n4test::ScopedFaultEnv faults;
+  for (DWORD id : {n4::kFourccCmd, n4::kFourccGrp}) {
+    SCOPED_TRACE(id);
+    CN4SequenceFile f;
+    ASSERT_EQ(f.OpenCreate(dir.File("a.sq4").c_str(), 256, 512, Mono1, PixelTechI), 1);
+    faults.env.failMapAbove = f.GetMappingSize();
+    // Frames fit until the mapping is full.
+    int frames = f.FrameCount();
+    while (frames < 1000 && f.AddFrame(id, 1) >= 0) ++frames;
+    EXPECT_EQ(f.GetLastFileError(), n4::kErrDiskFull);
+    EXPECT_EQ(f.FrameCount(), frames);
+    faults.env.failMapAbove = 0;
+    EXPECT_GE(f.AddFrame(id, 1), 0);
+  }
+}
+
+}  // namespace
