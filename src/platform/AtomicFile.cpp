@@ -25,7 +25,8 @@ std::string TemporaryNameBeside(const std::string& target) {
   char suffix[24];
   std::snprintf(suffix, sizeof suffix, ".~%08x", counter.fetch_add(0x9E3779B9u));
   std::string dir = DirectoryOf(target);
-  std::string leaf = "." + path::FileNameOf(target) + suffix;
+  std::string leaf(1, '.');
+  leaf.append(path::FileNameOf(target)).append(suffix);
   return dir.empty() ? leaf : JoinPath(dir, leaf);
 }
 

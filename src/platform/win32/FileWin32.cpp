@@ -144,7 +144,7 @@ class Win32FileHandle final : public FileHandle {
   }
 
   // MarkMapped keeps the base class's no-op: the system itself refuses to
-  // replace a file with a mapped section (see ReplaceFile in EnvWin32.cpp).
+  // replace a file with a mapped section (see ReplaceFailure in EnvWin32.cpp).
 
  private:
   HANDLE handle_;
