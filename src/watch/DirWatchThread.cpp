@@ -1,6 +1,7 @@
 // The directory watch: one worker thread per watched directory that turns a
 // burst of changes into one posted message.
 #include <chrono>
+#include <exception>
 #include <system_error>
 
 #include "n4file/DirWatch.h"
@@ -35,7 +36,14 @@ CN4FileDirWatchThread::CN4FileDirWatchThread(HWND window, UINT message, const st
   try {
     m_pThread = std::make_unique<std::thread>(
         [worker = Worker{m_pStopEvent, m_hWnd, m_uMessage, m_strDirectory}, exitCode = std::move(exitCode)]() mutable {
-          exitCode.set_value(ThreadFunction(&worker));
+          UINT code = 1;
+          try {
+            code = ThreadFunction(&worker);
+          } catch (const std::exception&) {
+            // Out of memory setting up the watch: end as for a directory that
+            // cannot be watched rather than take the process down.
+          }
+          exitCode.set_value(code);
         });
   } catch (const std::system_error&) {
     m_pThread.reset();  // no thread to be had; nothing runs
