@@ -1,0 +1,134 @@
+// The directory watch against the real file system. Waits for a message are
+// bounded by seconds so that a loaded machine cannot make them fail; checks
+// that nothing arrives wait a few times the quiet period.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include "n4file/DirWatch.h"
+#include "support/TestSupport.h"
+
+namespace {
+
+constexpr UINT kMessage = 0x8000 + 42;
+constexpr DWORD kArrives = 10000;  // ms: a message that must come comes by then
+constexpr DWORD kQuiet = 300;      // ms: long enough for a wrong message to show
+
+class TestWatch : public CN4FileDirWatchThread {
+ public:
+  using CN4FileDirWatchThread::CN4FileDirWatchThread;
+  using CN4FileDirWatchThread::ExitThread;
+  using CN4FileDirWatchThread::HandleDirectoryChange;
+};
+
+void Write(const std::string& path, const std::string& text) {
+  std::ofstream out(path, std::ios::binary | std::ios::app);
+  out << text;
+}
+
+// The one message the watch posts by itself when it starts.
+void ExpectInitialMessage(n4::MessageQueue& queue) {
+  auto message = queue.Wait(kArrives);
+  ASSERT_TRUE(message);
+  EXPECT_EQ(message->hwnd, queue.GetHandle());
+  EXPECT_EQ(message->message, kMessage);
+  EXPECT_EQ(message->wParam, 0u);
+  EXPECT_EQ(message->lParam, 0);
+}
+
+TEST(DirWatch, PostsOnceAtStartAndOnceForEachKindOfChange) {
+  n4test::TempDir dir;
+  n4test::WriteFile(dir.File("existing"), "abc");
+  n4test::WriteFile(dir.File("doomed"), "x");
+  n4::MessageQueue queue;
+  TestWatch watch(queue.GetHandle(), kMessage, dir.path());
+  ExpectInitialMessage(queue);
+  EXPECT_FALSE(queue.Wait(kQuiet).has_value());
+
+  struct Case {
+    const char* name;
+    void (*change)(const n4test::TempDir& dir);
+  };
+  const Case cases[] = {
+      {"a file created", [](const n4test::TempDir& d) { n4test::WriteFile(d.File("new"), ""); }},
+      {"a file grown", [](const n4test::TempDir& d) { Write(d.File("existing"), "more"); }},
+      {"a last-write time set",
+       [](const n4test::TempDir& d) {
+         std::filesystem::last_write_time(d.File("existing"), std::filesystem::file_time_type::clock::now() -
+                                                                  std::chrono::hours(24));
+       }},
+      {"a file renamed",
+       [](const n4test::TempDir& d) { std::filesystem::rename(d.File("new"), d.File("renamed")); }},
+      {"a file deleted", [](const n4test::TempDir& d) { std::filesystem::remove(d.File("doomed")); }},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    c.change(dir);
+    auto message = queue.Wait(kArrives);
+    ASSERT_TRUE(message);
+    EXPECT_EQ(message->message, kMessage);
+    EXPECT_FALSE(queue.Wait(kQuiet).has_value());
+  }
+}
+
+TEST(DirWatch, MergesABurstOfWritesIntoOneMessage) {
+  n4test::TempDir dir;
+  n4::MessageQueue queue;
+  TestWatch watch(queue.GetHandle(), kMessage, dir.path());
+  ExpectInitialMessage(queue);
+  for (int i = 0; i < 10; ++i) n4test::WriteFile(dir.File("f" + std::to_string(i)), "data");
+  EXPECT_TRUE(queue.Wait(kArrives).has_value());
+  EXPECT_FALSE(queue.Wait(kQuiet).has_value());
+}
+
+TEST(DirWatch, IgnoresSubdirectories) {
+  n4test::TempDir dir;
+  std::filesystem::create_directory(dir.File("sub"));
+  n4::MessageQueue queue;
+  TestWatch watch(queue.GetHandle(), kMessage, dir.path());
+  ExpectInitialMessage(queue);
+  n4test::WriteFile(dir.File("sub/inner"), "data");
+  std::filesystem::create_directory(dir.File("another"));
+  EXPECT_FALSE(queue.Wait(kQuiet).has_value());
+  // Still watching: the silence above was the filter's.
+  n4test::WriteFile(dir.File("top"), "data");
+  EXPECT_TRUE(queue.Wait(kArrives).has_value());
+}
+
+TEST(DirWatch, StopEndsTheWorkerAndItsMessages) {
+  n4test::TempDir dir;
+  n4::MessageQueue queue;
+  TestWatch watch(queue.GetHandle(), kMessage, dir.path());
+  ExpectInitialMessage(queue);
+  EXPECT_EQ(watch.ExitThread(), 1);  // the stop event ended an endless wait in time
+  EXPECT_EQ(watch.ExitThread(), 1);  // nothing left to stop
+  n4test::WriteFile(dir.File("after"), "data");
+  EXPECT_FALSE(queue.Wait(kQuiet).has_value());
+  // The owner can still post through the object.
+  EXPECT_EQ(watch.HandleDirectoryChange(), 1);
+  EXPECT_TRUE(queue.Wait(0).has_value());
+}
+
+TEST(DirWatch, AMissingDirectoryPostsNothing) {
+  n4test::TempDir dir;
+  n4::MessageQueue queue;
+  TestWatch watch(queue.GetHandle(), kMessage, dir.File("missing"));
+  EXPECT_FALSE(queue.Wait(kQuiet).has_value());
+  EXPECT_EQ(watch.ExitThread(), 1);
+}
+
+TEST(DirWatch, AGoneWindowIsNoHarm) {
+  n4test::TempDir dir;
+  HWND gone = nullptr;
+  {
+    n4::MessageQueue queue;
+    gone = queue.GetHandle();
+  }
+  TestWatch watch(gone, kMessage, dir.path());
+  EXPECT_EQ(watch.HandleDirectoryChange(), 0);
+  n4test::WriteFile(dir.File("f"), "data");  // the worker's failed posts are ignored
+}
+
+}  // namespace
