@@ -131,6 +131,11 @@ class N4FILE_API CN4RiffChunk {
   virtual void* AttachToFile(void* chunk);
   // The mapping moved from oldBase to newBase.
   virtual void AdjustToNewBase(void* newBase, void* oldBase);
+  // The most bytes CopyEx(dest, mode, compress) writes at dest; the base
+  // copies the chunk as stored. A file reserves this before it copies a
+  // record in, so records whose copy can outgrow the stored chunk (expanded
+  // pixels of another sign) override it.
+  virtual DWORD CopyBytesRequired(int mode, int compress) const;
 
   _RIFFCHUNK* Chunk() { return &m_Chunk; }
   const _RIFFCHUNK* Chunk() const { return &m_Chunk; }
