@@ -266,8 +266,8 @@ class N4FILE_API CN4RiffHdr : public CN4RiffChunk {
   N4_DECLARE_DYNCREATE(CN4RiffHdr)
  public:
   void* AppendToFile(CN4RiffFile* file) override;
-  // Refuses any chunk but "n4hd"; a body too short for the record also does
-  // not attach (its fields would lie outside the chunk).
+  // Refuses (null) any chunk but "n4hd", leaving the view on it; a body too
+  // short for the record does not attach and leaves this detached.
   void* AttachToFile(void* chunk) override;
   tag_N4_RIFF_FILE_DATA* RiffHdr() const { return reinterpret_cast<tag_N4_RIFF_FILE_DATA*>(m_Chunk.pData); }
 };
