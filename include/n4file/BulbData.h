@@ -166,6 +166,9 @@ class N4FILE_API CN4BulbData : public CN4RiffChunk {
   // level 1 expands using the method set beforehand into a chunk of exactly
   // one frame, any other level copies verbatim.
   void* CopyEx(void* dest, int unused, int level) override;
+  // Expanding writes one frame of the shared record's geometry, compressing
+  // at most n4::CompressBound of the stored bytes.
+  DWORD CopyBytesRequired(int unused, int level) const override;
   // Appends a zeroed "bulb" chunk of one frame (CalcSize).
   void* AppendToFile(CN4RiffFile* file) override;
   // Views the chunk at p; refuses (null) anything but a "bulb" chunk.

@@ -132,6 +132,11 @@ class N4FILE_API CN4RiffChunk {
   virtual void* AttachToFile(void* chunk);
   // The mapping moved from oldBase to newBase.
   virtual void AdjustToNewBase(void* newBase, void* oldBase);
+  // The most bytes CopyEx(dest, mode, compress) writes at dest; the base
+  // copies the chunk as stored. A file reserves this before it copies a
+  // record in, so records whose copy can outgrow the stored chunk (expanded
+  // pixels of another sign) override it.
+  virtual DWORD CopyBytesRequired(int mode, int compress) const;
 
   _RIFFCHUNK* Chunk() { return &m_Chunk; }
   const _RIFFCHUNK* Chunk() const { return &m_Chunk; }
@@ -269,8 +274,8 @@ class N4FILE_API CN4RiffHdr : public CN4RiffChunk {
   N4_DECLARE_DYNCREATE(CN4RiffHdr)
  public:
   void* AppendToFile(CN4RiffFile* file) override;
-  // Refuses any chunk but "n4hd"; a body too short for the record also does
-  // not attach (its fields would lie outside the chunk).
+  // Refuses (null) any chunk but "n4hd", leaving the view on it; a body too
+  // short for the record does not attach and leaves this detached.
   void* AttachToFile(void* chunk) override;
   tag_N4_RIFF_FILE_DATA* RiffHdr() const { return reinterpret_cast<tag_N4_RIFF_FILE_DATA*>(m_Chunk.pData); }
 };

@@ -212,6 +212,7 @@ class N4FILE_API CN4GphFrame : public CN4Frame {
   void AdjustToNewBase(void* newBase, void* oldBase) override;
   tag_N4_FRM* FrameHdr() override;
   virtual void SetBulbCompInfoPtr(SN4BulbCompInfo* info);
+  DWORD CopyBytesRequired(int mode, int compress) const override;
 
   tag_N4_GRP_HDR* GphHdr() const { return m_GraphicHdr.GphHdr(); }
   CN4GraphicHdr* GetGraphicHdrObj() { return &m_GraphicHdr; }

@@ -54,6 +54,13 @@ void* CN4BulbData::CopyEx(void* dest, int unused, int level) {
   return CN4RiffChunk::CopyEx(dest, unused, level);
 }
 
+DWORD CN4BulbData::CopyBytesRequired(int unused, int level) const {
+  if (!m_Chunk.pChunk || !m_pBulbCompInfo || !m_Chunk.pData) return CN4RiffChunk::CopyBytesRequired(unused, level);
+  if (level == 1) return ChunkBytesRequired(ExpandedSize(*m_pBulbCompInfo));
+  if (level < 0) return ChunkBytesRequired(n4::CompressBound(GetSize()));
+  return CN4RiffChunk::CopyBytesRequired(unused, level);
+}
+
 void* CN4BulbData::CompressTo(BYTE* dest, int level) {
   const BYTE* src = BulbData();
   const DWORD n = GetSize();

@@ -112,3 +112,7 @@ void* CN4RiffChunk::AppendChunk(CN4RiffFile* file, DWORD id, DWORD size, DWORD t
   file->SetEnd(next);
   return next;
 }
+
+DWORD CN4RiffChunk::CopyBytesRequired(int, int) const {
+  return m_Chunk.pChunk ? ChunkBytesRequired(GetSize()) : 0;
+}

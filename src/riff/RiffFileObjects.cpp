@@ -41,9 +41,10 @@ int CN4RiffFile::AddObject(CN4RiffChunk* src, int pos, int mode, int compress) {
   // REQUIRES: src views a chunk outside this file's mapping, or is one of this
   // file's own objects (growth re-bases only those).
   if (!IsWriteable() || !src) return -1;
-  // The copy may be larger than a fresh chunk (a source from a foreign file
-  // with longer records): reserve room for both before the fresh append.
-  const DWORD sourceBytes = src->StartOfChunkPtr() ? ChunkBytesRequired(src->GetSize()) : 0;
+  // The copy is written over the fresh chunk and may be larger (longer
+  // records, or pixels expanded for another sign's geometry): reserve room
+  // for the larger of the two before the fresh append.
+  const DWORD sourceBytes = src->StartOfChunkPtr() ? src->CopyBytesRequired(mode, compress) : 0;
   if (!GrowFile(sourceBytes)) return -1;
   const int index = AddObject(src->Type(), pos);
   if (index < 0) return -1;

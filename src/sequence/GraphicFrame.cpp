@@ -19,6 +19,13 @@ DWORD CN4GphFrame::BytesRequired(CN4RiffFile* file) const {
   return m_BulbData.BytesRequired(file) + CN4GraphicHdr::BytesRequired() + 12;
 }
 
+DWORD CN4GphFrame::CopyBytesRequired(int mode, int compress) const {
+  if (!StartOfChunkPtr() || !m_GraphicHdr.StartOfChunkPtr()) return 0;
+  // The list header, the graphic header and the pixels, which an expansion
+  // sizes by the source sign's geometry, not by this chunk as stored.
+  return 12 + m_GraphicHdr.CopyBytesRequired(mode, compress) + m_BulbData.CopyBytesRequired(mode, compress);
+}
+
 void CN4GphFrame::SetBulbCompInfoPtr(SN4BulbCompInfo* info) { m_BulbData.SetBulbCompInfoPtr(info); }
 
 tag_N4_FRM* CN4GphFrame::FrameHdr() { return reinterpret_cast<tag_N4_FRM*>(m_GraphicHdr.GphHdr()); }

@@ -107,3 +107,18 @@ TEST(ChunkLayout, RebaseMovesEveryPointerButANullType) {
 }
 
 }  // namespace
+
+namespace {
+TEST(ChunkLayout, HeaderRefusesOtherChunksButKeepsThemInView) {
+  std::vector<std::byte> buf(2 * 1040);
+  WriteChunkHeader(buf.data(), n4::kFourccICMT, 1024, 0);
+  CN4RiffHdr hdr;
+  EXPECT_EQ(hdr.AttachToFile(buf.data()), nullptr);
+  EXPECT_EQ(hdr.StartOfChunkPtr(), buf.data());
+  WriteChunkHeader(buf.data(), n4::kFourccN4HD, 1024, 0);
+  EXPECT_EQ(hdr.AttachToFile(buf.data()), buf.data() + 1032);
+  WriteChunkHeader(buf.data(), n4::kFourccN4HD, 16, 0);  // too short for its record
+  EXPECT_EQ(hdr.AttachToFile(buf.data()), nullptr);
+  EXPECT_EQ(hdr.StartOfChunkPtr(), nullptr);
+}
+}  // namespace

@@ -177,6 +177,38 @@ TEST_F(SequenceFileTest, CopiedGraphicFramesHandTheMethodOver) {
 
 }  // namespace
 
+// A frame copied in is expanded with its own sign's geometry, which may be far
+// larger than a frame of the sign it is copied into: the copy must stay inside
+// the working file's mapping, whatever the two sizes and the stored method.
+TEST_F(SequenceFileTest, FramesCopyBetweenSignsOfEverySize) {
+  struct Sign { const char* name; WORD height, width; };
+  const Sign signs[] = {{"small", 32, 96}, {"large", 2048, 2048}};
+  for (const Sign& from : signs) {
+    for (int compressed = 0; compressed < 2; ++compressed) {
+      const std::string source = Path(std::string(from.name) + std::to_string(compressed) + ".sq4");
+      {
+        CN4SequenceFile f;
+        ASSERT_EQ(f.OpenCreate(source.c_str(), from.height, from.width, Mono1, PixelTechI), 1);
+        f.RiffHdr()->dwCompression = static_cast<DWORD>(compressed * 30);
+        ASSERT_GT(n4test::AddGraphic(f, Bytes(n4::FrameSize(from.height, from.width, Mono1), 0)), 0);
+        ASSERT_EQ(f.Update(), 1);
+      }
+      CN4SequenceFile src;
+      ASSERT_EQ(src.Open(source.c_str(), OpenReadOnly), 1);
+      for (const Sign& to : signs) {
+        SCOPED_TRACE(std::string(from.name) + " to " + to.name + (compressed ? ", compressed" : ""));
+        CN4SequenceFile dest;
+        ASSERT_EQ(dest.OpenCreate(Path("dest.sq4").c_str(), to.height, to.width, Mono1, PixelTechI), 1);
+        ASSERT_EQ(dest.AddFrame(src.Frame(1), 1, 1, compressed), 1);
+        EXPECT_LE(dest.GetEnd(), dest.GetMappedEnd());
+        auto* copy = dynamic_cast<CN4GphFrame*>(dest.Frame(1));
+        ASSERT_NE(copy, nullptr);
+        EXPECT_EQ(copy->GetBulbObj()->GetSize(), n4::FrameSize(from.height, from.width, Mono1));
+      }
+    }
+  }
+}
+
 namespace {
 
 // Frames held in a list chunk grow the file once for the whole list; when
