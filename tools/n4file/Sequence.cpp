@@ -1,6 +1,8 @@
 #include "Sequence.h"
 
+#include <cstring>
 #include <filesystem>
+#include <fstream>
 
 #include <n4file/BulbPicture.h>
 
@@ -13,8 +15,14 @@ bool OpenSequence(CN4SequenceFile& file, const std::string& path, N4OpenFlags fl
     return false;
   }
   if (!file.Open(path.c_str(), flags)) {
+    // A file that starts as a sequence but does not open is damaged; any
+    // other file is simply not a sequence.
+    char head[12] = {};
+    std::ifstream(path, std::ios::binary).read(head, sizeof head);
+    const bool looksLikeOne = std::memcmp(head, "RIFF", 4) == 0 && std::memcmp(head + 8, "seq4", 4) == 0;
     const std::string why = file.GetPtrToErrorString();
-    cause = why.empty() ? "not a sequence file" : "not a readable sequence file: " + why;
+    cause = looksLikeOne ? "damaged sequence" : "not a sequence file";
+    if (!why.empty()) cause += ": " + why;
     while (!cause.empty() && (cause.back() == '\n' || cause.back() == ' ')) cause.pop_back();
     return false;
   }
