@@ -11,6 +11,10 @@ RegistryStore* RegistryStore::Default() {
   return g_installed != nullptr ? g_installed : PlatformRegistryStore();
 }
 
+LONG RegistryStore::ImportRegFile(const std::string&, std::string*) { return kRegNotSupported; }
+
+LONG RegistryStore::ExportRegFile(HKEY, const std::string&, std::string*) { return kRegNotSupported; }
+
 ScopedRegistryStore::ScopedRegistryStore(RegistryStore* store) : previous_(g_installed) {
   g_installed = store;
 }

@@ -284,6 +284,15 @@ TEST_F(ToolTest, RegistryValuesRoundTrip) {
   EXPECT_EQ(Run({"registry", "get", "File Locations", "DataPath"}, env).out, "/srv/n4000\n");
   EXPECT_EQ(Run({"registry", "get", "--user", "Window Settings", "Width"}, env).out, "640\n");
   EXPECT_EQ(Run({"registry", "get", "File Locations", "Nothing"}, env).status, 1);
+  // Exported, the store emptied, imported again.
+  ASSERT_EQ(Run({"registry", "export", "-o", "machine.reg"}, env).status, 0);
+  fs::remove_all(Path("registry"));
+  EXPECT_EQ(Run({"registry", "get", "File Locations", "DataPath"}, env).status, 1);
+  ASSERT_EQ(Run({"registry", "import", "machine.reg"}, env).status, 0);
+  EXPECT_EQ(Run({"registry", "get", "File Locations", "DataPath"}, env).out, "/srv/n4000\n");
+  const Result bad = Run({"registry", "import", "stdout.txt"}, env);
+  EXPECT_EQ(bad.status, 1);
+  EXPECT_NE(bad.err.find("n4file: stdout.txt: not a registry file"), std::string::npos) << bad.err;
 }
 
 TEST_F(ToolTest, EveryCommandHasHelpWithAnExample) {

@@ -55,6 +55,20 @@ int Set(const Options& o) {
   return kExitOk;
 }
 
+int Import(const std::string& path) {
+  std::string cause;
+  if (!n4::ImportRegistryFile(path, &cause)) return Fail(path, cause);
+  return kExitOk;
+}
+
+int Export(const Options& o) {
+  std::string cause;
+  if (!n4::ExportRegistryFile(o.user ? HKEY_CURRENT_USER : HKEY_LOCAL_MACHINE, KeyText(o), o.value, &cause)) {
+    return Fail(cause == "no such key" ? KeyText(o) : o.value, cause);
+  }
+  return kExitOk;
+}
+
 }  // namespace
 
 void AddRegistryCommand(CLI::App& app) {
@@ -63,7 +77,8 @@ void AddRegistryCommand(CLI::App& app) {
   cmd->footer("Sections lie below \"" + CN4Registry::BuildRegistryKey() +
               "\", machine-wide unless --user.\nExample:\n"
               "  n4file registry set \"File Locations\" DataPath /srv/n4000\n"
-              "  n4file registry get \"File Locations\" DataPath");
+              "  n4file registry get \"File Locations\" DataPath\n"
+              "  n4file registry export -o settings.reg\n  n4file registry import settings.reg");
   auto g = std::make_shared<Options>();
   auto* get = cmd->add_subcommand("get", "Print a text or number value");
   get->add_flag("--user", g->user, "The user's settings instead of the machine's");
@@ -78,6 +93,16 @@ void AddRegistryCommand(CLI::App& app) {
   set->add_option("NAME", s->name, "Value name")->required();
   set->add_option("VALUE", s->value, "The value")->required();
   set->callback([s] { SetExitStatus(Set(*s)); });
+  auto file = std::make_shared<std::string>();
+  auto* import = cmd->add_subcommand("import", "Apply a .reg export file to the settings");
+  import->add_option("FILE", *file, "A registry export file (version 5.00 or REGEDIT4)")->required();
+  import->callback([file] { SetExitStatus(Import(*file)); });
+  auto e = std::make_shared<Options>();
+  auto* exp = cmd->add_subcommand("export", "Write a section and everything below it as a .reg file");
+  exp->add_flag("--user", e->user, "The user's settings instead of the machine's");
+  exp->add_option("-o,--output", e->value, "The .reg file to write")->required();
+  exp->add_option("SECTION", e->section, "Section below the product key (default: all the product's settings)");
+  exp->callback([e] { SetExitStatus(Export(*e)); });
 }
 
 }  // namespace n4tool
