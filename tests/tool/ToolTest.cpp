@@ -172,6 +172,21 @@ TEST_F(ToolTest, InfoTextMatchesTheGoldenFile) {
   EXPECT_EQ(r.out, Slurp(golden));
 }
 
+TEST_F(ToolTest, InfoListsTheChunksOfAPlainRiffFile) {
+  const char riff[] = "RIFF\x1e\0\0\0demoabcd\x06\0\0\0hello\0LIST\x04\0\0\0xyzw";
+  std::ofstream(Path("plain.bin"), std::ios::binary).write(riff, sizeof riff - 1);
+  const Result r = Run({"info", "--json", "plain.bin"});
+  ASSERT_EQ(r.status, 0) << r.err;
+  const auto j = nlohmann::json::parse(r.out);
+  EXPECT_EQ(j["kind"], "riff");
+  EXPECT_EQ(j["form"], "demo");
+  ASSERT_EQ(j["chunks"].size(), 2u);
+  EXPECT_EQ(j["chunks"][0]["code"], "abcd");
+  EXPECT_EQ(j["chunks"][0]["bytes"], 6);
+  EXPECT_EQ(j["chunks"][1]["id"], "LIST");
+  EXPECT_EQ(j["chunks"][1]["code"], "xyzw");
+}
+
 TEST_F(ToolTest, CompressReportsEveryFrameAndKeepsThePixels) {
   WritePicture("a.png", FixedPicture(16, 40, 0));
   WritePicture("b.png", FixedPicture(16, 40, 3));
@@ -221,6 +236,8 @@ TEST_F(ToolTest, BadInputFailsWithOneLineAndLeavesNoOutput) {
   bytes.resize(bytes.size() * 2 / 3);
   std::ofstream(Path("cut.SQ4"), std::ios::binary) << bytes;
   std::ofstream(Path("keep.SQ4")) << "keep me";
+  const char riff[] = "RIFF\x12\0\0\0demoabcd\x36\0\0\0hello\0";
+  std::ofstream(Path("cut.riff"), std::ios::binary).write(riff, sizeof riff - 1);
 
   const struct {
     const char* what;
@@ -240,6 +257,7 @@ TEST_F(ToolTest, BadInputFailsWithOneLineAndLeavesNoOutput) {
       {"unknown colour", {"create", "-o", "o.SQ4", "--size", "8x16", "--color", "purple", "right.png"}, 2,
        "Mono1, Quad16"},
       {"damaged sequence", {"info", "cut.SQ4"}, 1, "n4file: cut.SQ4: damaged sequence"},
+      {"damaged RIFF file", {"info", "cut.riff"}, 1, "n4file: cut.riff: damaged RIFF file: chunk 0 runs past"},
       {"unknown kind", {"info", "text.png"}, 1, "n4file: text.png: unknown kind of file\n"},
   };
   for (const auto& c : cases) {

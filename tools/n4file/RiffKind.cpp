@@ -68,14 +68,30 @@ bool DescribeRiff(const std::string& path, nlohmann::ordered_json& json, std::st
   json["form"] = FourccText(file.Type());
   text = Format("%s: RIFF file, form \"%s\"\n", path.c_str(), FourccText(file.Type()).c_str());
   DescribeRiffCommon(file, json, text);
+  // The chunks as they lie in the file, known to the library or not.
   auto& chunks = json["chunks"];
   chunks = nlohmann::ordered_json::array();
-  for (int i = 0; CN4RiffChunk* object = file.GetObject(i); ++i) {
-    const DWORD id = ::ChunkId(object->StartOfChunkPtr());
-    chunks.push_back({{"index", i}, {"code", FourccText(id)}, {"bytes", object->GetSize()},
-                      {"class", object->GetRuntimeClass()->m_lpszClassName}});
-    text += Format("  chunk %d: \"%s\", %u bytes\n", i, FourccText(id).c_str(),
-                   static_cast<unsigned>(object->GetSize()));
+  auto* base = static_cast<std::byte*>(file.GetViewBase());
+  const auto* mapped = static_cast<const std::byte*>(file.GetMappedEnd());
+  if (!base || !n4::ChunkFits(base, mapped)) {
+    cause = "damaged RIFF file: the RIFF chunk runs past the end of the file";
+    return false;
+  }
+  const auto* end = static_cast<const std::byte*>(NextChunkPtr(base));
+  if (end > mapped) end = mapped;
+  const std::byte* p = base + 12;
+  for (int i = 0; p + 8 <= end; ++i) {
+    if (!n4::ChunkFits(p, end)) {
+      cause = Format("damaged RIFF file: chunk %d runs past the end of the file", i);
+      return false;
+    }
+    DWORD id = 0, size = 0;
+    std::memcpy(&id, p, sizeof id);
+    std::memcpy(&size, p + 4, sizeof size);
+    const DWORD code = ::ChunkId(p);
+    chunks.push_back({{"index", i}, {"id", FourccText(id)}, {"code", FourccText(code)}, {"bytes", size}});
+    text += Format("  chunk %d: \"%s\", %u bytes\n", i, FourccText(code).c_str(), static_cast<unsigned>(size));
+    p = n4::BoundedNextChunk(p, end);
   }
   return true;
 }
