@@ -65,6 +65,10 @@ TEST(BulbPicture, PlanesMeanWhatTheFormatSays) {
   quad = n4::PictureToBulbData(redQuad.data(), 2, 2, Quad16);
   EXPECT_EQ(quad[0], 0x80);
   EXPECT_EQ(quad[2], 0x00);
+  const Bytes greenQuad = {0, 255, 0, 0, 255, 0, 0, 255, 0, 0, 255, 0};
+  quad = n4::PictureToBulbData(greenQuad.data(), 2, 2, Quad16);
+  EXPECT_EQ(quad[0], 0x40);  // green is the top row's right-hand bulb
+  EXPECT_EQ(quad[2], 0x40);  // white below it, lit by green's luminance
   // RGB16MB: a bottom-up BGR bitmap.
   const Bytes twoRows = {1, 2, 3, 4, 5, 6};
   Bytes bitmap = n4::PictureToBulbData(twoRows.data(), 2, 1, RGB16MB);
