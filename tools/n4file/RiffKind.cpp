@@ -46,7 +46,7 @@ void DescribeRiffCommon(CN4RiffFile& file, nlohmann::ordered_json& json, std::st
   if (tag_N4_RIFF_FILE_DATA* hdr = file.RiffHdr()) {
     json["format"] = {{"created", Format("%u.%u", hdr->wCreatedMajor, hdr->wCreatedMinor)},
                       {"saved", Format("%u.%u", hdr->wSavedMajor, hdr->wSavedMinor)}};
-    json["compression"] = hdr->dwCompression;
+    json["compression"] = +hdr->dwCompression;  // a value: the record is packed
     text += Format("  format:    %u.%u, saved as %u.%u, file compression level %u\n", hdr->wCreatedMajor,
                    hdr->wCreatedMinor, hdr->wSavedMajor, hdr->wSavedMinor, static_cast<unsigned>(hdr->dwCompression));
   }

@@ -1,4 +1,7 @@
 // `info` for sequence files: the sign, the totals and every frame.
+//
+// Records are packed, so their fields go into JSON as values (unary +): a
+// reference to a misaligned field is undefined behaviour.
 #include <n4file/SequenceFile.h>
 
 #include "Commands.h"
@@ -21,15 +24,15 @@ nlohmann::ordered_json Effect(const char* name, int number, LONG rate, WORD divi
 nlohmann::ordered_json GraphicJson(CN4GphFrame& g) {
   const tag_N4_GRP_HDR& h = *g.GphHdr();
   nlohmann::ordered_json hold = {{"effect", n4::HoldEffectName(h.lHoldEffect)},
-                                 {"number", h.lHoldEffect},
-                                 {"rate", h.lHoldEffectRate},
-                                 {"time_ticks", h.lHoldTime},
+                                 {"number", +h.lHoldEffect},
+                                 {"rate", +h.lHoldEffectRate},
+                                 {"time_ticks", +h.lHoldTime},
                                  {"seconds", h.lHoldTime / 120.0}};
   return {{"entry", Effect(n4::EntryEffectName(h.lEntryEffect), h.lEntryEffect, h.lEntryRate, h.wEntryDivider)},
           {"hold", hold},
           {"exit", Effect(n4::ExitEffectName(h.lExitEffect), h.lExitEffect, h.lExitRate, h.wExitDivider)},
           {"description", CN4GphFrame::Describe(h)},
-          {"method", h.dwCompressMethod},
+          {"method", +h.dwCompressMethod},
           {"method_name", MethodName(h.dwCompressMethod)},
           {"stored_bytes", g.GetBulbObj()->GetSize()}};
 }
@@ -42,7 +45,7 @@ bool DescribeSequence(const std::string& path, nlohmann::ordered_json& json, std
   DescribeRiffCommon(file, json, text);
   const std::string color = ColorName(sos.dwColorTech);
   const std::string pixel = PixelName(sos.dwPixelTech);
-  json["sign"] = {{"rows", sos.wHeight}, {"columns", sos.wWidth}, {"color", color}, {"color_number", sos.dwColorTech},
+  json["sign"] = {{"rows", +sos.wHeight}, {"columns", +sos.wWidth}, {"color", color}, {"color_number", +sos.dwColorTech},
                   {"pixel", pixel}};
   const bool preview = file.IsPreviewOnly() == 1;
   json["preview_only"] = preview;
@@ -51,7 +54,7 @@ bool DescribeSequence(const std::string& path, nlohmann::ordered_json& json, std
   text += Format("  preview:   %s\n", preview ? "yes" : "no");
   const int count = file.FrameCount();
   json["frame_count"] = count;
-  json["run_time_ms"] = sos.dwRunTime;
+  json["run_time_ms"] = +sos.dwRunTime;
   text += Format("  frames:    %d, run time %.2f s\n", count, sos.dwRunTime / 1000.0);
   auto& frames = json["frames"];
   frames = nlohmann::ordered_json::array();
