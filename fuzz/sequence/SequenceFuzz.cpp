@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "n4file/BulbPicture.h"
 #include "n4file/SequenceFile.h"
 
 namespace {
@@ -43,6 +44,12 @@ void Walk(CN4SequenceFile& f) {
       const DWORD frame = std::min(bulb->GetBulbCompInfoPtr()->FrameSize(), n4::kMaxFrameSize);
       scratch.assign(8 + frame + 64, std::byte{0});
       bulb->CopyEx(scratch.data(), 0, 1);
+      // The frame as a picture, the way the tool renders it.
+      const std::vector<BYTE> pixels = n4::GraphicFramePixels(g);
+      if (const tag_N4_SOS_FRM* sos = f.SosData(); sos && !pixels.empty()) {
+        (void)n4::BulbDataToPicture(pixels.data(), static_cast<DWORD>(pixels.size()), sos->wHeight, sos->wWidth,
+                                    sos->dwColorTech);
+      }
     } else if (auto* c = dynamic_cast<CN4CmdFrame*>(frame)) {
       for (int k = 0; k < CN4CmdFrame::kSlots; ++k) (void)c->GetPtrToCommandString(k);
     }

@@ -107,3 +107,19 @@ class N4FILE_API CN4Registry {
  private:
   HKEY m_hKey = nullptr;
 };
+
+namespace n4 {
+
+// Imports a registry export file (".reg": "Windows Registry Editor Version
+// 5.00" or "REGEDIT4") into the settings store as the registry editor does:
+// keys are created, values set, "[-key]" and "name"=- deleted. 1, or 0 with
+// the cause in *error; a file that does not parse changes nothing. Where the
+// settings store is the system registry (Windows) this gives 0: use the
+// registry editor there.
+N4FILE_API int ImportRegistryFile(const std::string& path, std::string* error);
+// Writes `key` below `root` (HKEY_LOCAL_MACHINE or HKEY_CURRENT_USER) with its
+// values and subkeys to `path` as a version 5.00 export file. 1, or 0 with
+// the cause in *error.
+N4FILE_API int ExportRegistryFile(HKEY root, const std::string& key, const std::string& path, std::string* error);
+
+}  // namespace n4

@@ -256,6 +256,12 @@ N4FILE_API DWORD EffectSteps(int effect, DWORD h, DWORD w);
 // The divider of an effect's rate: divider when it is 2, 4 or 8 and the
 // effect is from 7 to 30 or above 49; otherwise 1.
 N4FILE_API int EffectDivisor(int effect, WORD divider);
+// The pixels of a graphic frame as a player gets them: one frame of
+// n4::FrameSize bytes of its sequence's sign, the stored bytes of a working
+// file or the saved data expanded with the method its header records. Empty
+// when the frame has no sign geometry or its data is damaged (too short for a
+// frame, an unknown method, or a stream that does not hold one whole frame).
+N4FILE_API std::vector<BYTE> GraphicFramePixels(CN4GphFrame* frame);
 }  // namespace n4
 
 // ---------------------------------------------------------------------------

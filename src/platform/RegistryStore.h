@@ -30,6 +30,7 @@ constexpr LONG kRegNotFound = 2;  // no such key or value
 constexpr LONG kRegAccessDenied = 5;
 constexpr LONG kRegInvalidHandle = 6;
 constexpr LONG kRegInvalidParameter = 87;
+constexpr LONG kRegNotSupported = 50;
 constexpr LONG kRegBadPathName = 161;
 constexpr LONG kRegMoreData = 234;
 constexpr LONG kRegBadDb = 1009;       // the store's file is damaged
@@ -58,6 +59,24 @@ class RegistryStore {
   // As RegSetValueExA: stores `size` bytes of `data` as `type`.
   virtual LONG SetValue(HKEY key, const std::string& name, DWORD type, const BYTE* data,
                         DWORD size) = 0;
+
+  // Applies a registry export file (".reg") to the store as the registry
+  // editor imports it. kRegBadDb, with the place in *error, for a file that
+  // does not parse; then nothing is changed. A store that cannot do this
+  // returns kRegNotSupported (the base).
+  virtual LONG ImportRegFile(const std::string& bytes, std::string* error) {
+    (void)bytes;
+    (void)error;
+    return kRegNotSupported;
+  }
+  // The key `subkey` below a root, with its values and subkeys, as a version
+  // 5.00 export file. kRegNotSupported in the base.
+  virtual LONG ExportRegFile(HKEY root, const std::string& subkey, std::string* bytes) {
+    (void)root;
+    (void)subkey;
+    (void)bytes;
+    return kRegNotSupported;
+  }
 };
 
 // The operating system's registry; null where the system has none.

@@ -1,5 +1,6 @@
 #include "registry/FileRegistryStore.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "platform/Env.h"
@@ -185,6 +186,70 @@ LONG FileRegistryStore::SetValue(HKEY handle, const std::string& name, DWORD typ
     *changed = node->SetValue(name, type, std::move(bytes));
     return kRegSuccess;
   });
+}
+
+}  // namespace n4
+
+namespace n4 {
+namespace {
+
+// Copies `from` and everything below it to `path` in `top`.
+void CopyBranch(const RegKey& from, std::vector<std::string>& path, RegKey& top) {
+  bool created = false;
+  RegKey* to = top.Create(path, &created);
+  for (const RegValue& v : from.values()) to->SetValue(v.name, v.type, v.data);
+  for (const auto& sub : from.subkeys()) {
+    path.push_back(sub->name());
+    CopyBranch(*sub, path, top);
+    path.pop_back();
+  }
+}
+
+}  // namespace
+
+LONG FileRegistryStore::ImportRegFile(const std::string& bytes, std::string* error) {
+  // Parsed once on its own first, so a bad file changes nothing.
+  RegKey scratch;
+  if (!ParseRegFile(bytes, &scratch, error)) return kRegBadDb;
+  for (HKEY root : {HKEY_LOCAL_MACHINE, HKEY_CURRENT_USER}) {
+    const std::string name = RootName(root);
+    const std::string file = locate_ ? locate_(root) : std::string();
+    // A root the file neither adds to nor deletes from stays untouched.
+    if (file.empty() || (!scratch.FindSubkey(name) && bytes.find("[-" + name) == std::string::npos)) continue;
+    const LONG rc = Modify(file, [&](RegKey& top, bool* changed) {
+      std::vector<std::string> before;
+      for (const auto& sub : top.subkeys()) before.push_back(sub->name());
+      if (!ParseRegFile(bytes, &top, error)) return kRegBadDb;
+      // Each root file keeps its own root's keys only.
+      std::vector<std::string> foreign;
+      for (const auto& sub : top.subkeys()) {
+        const bool old = std::any_of(before.begin(), before.end(),
+                                     [&](const std::string& b) { return RegNamesEqual(b, sub->name()); });
+        if (!old && !RegNamesEqual(sub->name(), name)) foreign.push_back(sub->name());
+      }
+      for (const auto& f : foreign) top.RemoveSubkey(f);
+      *changed = true;
+      return kRegSuccess;
+    });
+    if (rc != kRegSuccess) return rc;
+  }
+  return kRegSuccess;
+}
+
+LONG FileRegistryStore::ExportRegFile(HKEY root, const std::string& subkey, std::string* bytes) {
+  if (bytes == nullptr) return kRegInvalidParameter;
+  OpenedKey key;
+  LONG rc = ResolveChild(root, subkey, KEY_READ, &key);
+  if (rc != kRegSuccess) return rc;
+  RegKey top;
+  rc = Load(key.file, &top);
+  if (rc != kRegSuccess) return rc;
+  const RegKey* branch = top.Find(key.path);
+  if (branch == nullptr) return kRegNotFound;
+  RegKey out;
+  CopyBranch(*branch, key.path, out);
+  *bytes = FormatRegFile(out);
+  return kRegSuccess;
 }
 
 }  // namespace n4

@@ -46,6 +46,9 @@ class FileRegistryStore : public RegistryStore {
   LONG SetValue(HKEY key, const std::string& name, DWORD type, const BYTE* data,
                 DWORD size) override;
 
+  LONG ImportRegFile(const std::string& bytes, std::string* error) override;
+  LONG ExportRegFile(HKEY root, const std::string& subkey, std::string* bytes) override;
+
   // The name under which a predefined root's keys are written in its file
   // ("HKEY_LOCAL_MACHINE", ...); "" for any other handle.
   static std::string RootName(HKEY root);

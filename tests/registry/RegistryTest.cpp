@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <cstring>
 
 #include "n4file/Registry.h"
@@ -365,6 +366,56 @@ TEST(RegistryDefaults, TheUserStoreLivesInTheConfigurationDirectory) {
   CN4Registry reg;
   ASSERT_EQ(reg.CreateUserRegistryKey("Window Settings"), 1);
   EXPECT_TRUE(n4test::Exists(dir.File("n4000/HKEY_CURRENT_USER.reg")));
+}
+
+}  // namespace
+
+namespace {
+
+TEST_F(RegistryTest, ExportFilesImportBackIntoTheRightRoots) {
+  CN4Registry reg;
+  ASSERT_EQ(reg.CreateMachineRegistryKey("File Locations"), 1);
+  ASSERT_EQ(reg.SetRegistryString("DataPath", "/srv/n4000"), 1);
+  ASSERT_EQ(reg.CreateUserRegistryKey("Window Settings"), 1);
+  unsigned long width = 640;
+  ASSERT_EQ(reg.SetRegistryDword("Width", &width), 1);
+  reg.CloseRegistryKey();
+
+  std::string error;
+  const std::string machine = dir_.File("machine.reg"), user = dir_.File("user.reg");
+  ASSERT_EQ(n4::ExportRegistryFile(HKEY_LOCAL_MACHINE, CN4Registry::BuildRegistryKey(), machine, &error), 1) << error;
+  ASSERT_EQ(n4::ExportRegistryFile(HKEY_CURRENT_USER, CN4Registry::BuildRegistryKey(), user, &error), 1) << error;
+  EXPECT_EQ(n4::ExportRegistryFile(HKEY_LOCAL_MACHINE, "Software\\Nobody", machine + "2", &error), 0);
+  EXPECT_EQ(error, "no such key");
+
+  std::remove(MachineFile().c_str());
+  std::remove(UserFile().c_str());
+  ASSERT_EQ(n4::ImportRegistryFile(machine, &error), 1) << error;
+  ASSERT_EQ(n4::ImportRegistryFile(user, &error), 1) << error;
+  std::string path;
+  EXPECT_EQ(CN4Registry::GetDataPath(path), 1);
+  EXPECT_EQ(path, "/srv/n4000");
+  ASSERT_EQ(reg.OpenUserRegistryKey("Window Settings"), 1);
+  width = 0;
+  EXPECT_EQ(reg.GetRegistryDword("Width", &width), 1);
+  EXPECT_EQ(width, 640u);
+  // Each root's file holds its own root only.
+  std::string wide;
+  for (char c : std::string("HKEY_CURRENT_USER")) wide += std::string{c, '\0'};
+  EXPECT_EQ(ReadFile(MachineFile()).find(wide), std::string::npos);
+  EXPECT_NE(ReadFile(UserFile()).find(wide), std::string::npos);
+}
+
+TEST_F(RegistryTest, ABadImportChangesNothing) {
+  Machine("[HKEY_LOCAL_MACHINE\\Software\\Korvandexa\\Lyrae4000\\V5.0\\File Locations]\n\"DataPath\"=\"/a\"\n");
+  const std::string before = ReadFile(MachineFile());
+  const std::string bad = dir_.File("bad.reg");
+  WriteFile(bad, std::string(kHeader) + "[HKEY_LOCAL_MACHINE\\Software\\X]\n\"v\"=dword:zz\n");
+  std::string error;
+  EXPECT_EQ(n4::ImportRegistryFile(bad, &error), 0);
+  EXPECT_NE(error.find("line"), std::string::npos) << error;
+  EXPECT_EQ(ReadFile(MachineFile()), before);
+  EXPECT_EQ(n4::ImportRegistryFile(dir_.File("missing.reg"), &error), 0);
 }
 
 }  // namespace

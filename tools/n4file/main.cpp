@@ -1,125 +1,43 @@
-// n4file: command-line access to N4FILE files.
+// n4file: the command line over the N4FILE library. It parses arguments and
+// calls the library's public API, nothing more.
 //
-// `n4file demo PATH` creates a RIFF file with the library, reopens it
-// read-only and lists its chunks; `n4file list PATH` lists any RIFF file, and
-// a sequence file frame by frame. The tool only parses arguments and calls
-// the library.
-#include <cstdio>
-#include <cstring>
-#include <string>
+// One subcommand is one file. To add a subcommand `foo`: write foo.cpp
+// defining `void n4tool::AddFooCommand(CLI::App& app)` (options, a help
+// footer with an example, and a callback that calls SetExitStatus), then add
+// X(Foo) to N4_TOOL_COMMANDS in Commands.h.
+// To let `info` describe a new kind of file: write its recogniser in a file
+// of its own, defining `const n4tool::Recogniser n4tool::kFooRecogniser`
+// (see Tool.h), then add X(Foo) to N4_INFO_RECOGNISERS in Commands.h.
+//
+// Exit status: 0 done, 1 a file could not be read or written ("n4file: FILE:
+// cause" on standard error), 2 a usage error.
+#include "Commands.h"
 
-#include <n4file/RiffFile.h>
-#include <n4file/SequenceFile.h>
-
+namespace n4tool {
 namespace {
-
-std::string FourccText(DWORD code) {
-  std::string s;
-  for (int i = 0; i < 4; ++i) {
-    char c = static_cast<char>((code >> (8 * i)) & 0xFF);
-    s += (c >= 32 && c < 127) ? c : '.';
-  }
-  return s;
+int g_exitStatus = kExitOk;
 }
-
-const char* FrameKind(CN4Frame* frame) {
-  if (!frame) return "?";
-  return frame->GetRuntimeClass()->m_lpszClassName;
-}
-
-int ListSequence(const char* path) {
-  CN4SequenceFile file;
-  if (!file.Open(path, OpenReadOnly)) {
-    std::fprintf(stderr, "n4file: %s is not a readable sequence: %s\n", path, file.GetPtrToErrorString());
-    return 1;
-  }
-  tag_N4_SOS_FRM* sos = file.SosData();
-  CN4Files names;
-  std::printf("%s: sequence for a %u x %u sign, %s, pixel technology %s\n", path, sos->wWidth, sos->wHeight,
-              names.ColorTechToString(static_cast<tag_N4_SIGN_COLOR>(sos->dwColorTech)).c_str(),
-              names.PixelTechToString(static_cast<tag_N4_PIXEL_TECH>(sos->dwPixelTech)).c_str());
-  std::printf("  software \"%s\", created %s, compression %s%s\n", file.GetPtrToSoftware(),
-              file.GetPtrToCreationDate(), file.IsFileCompressionOn() ? "on" : "off",
-              file.IsPreviewOnly() == 1 ? ", preview only" : "");
-  const int count = file.FrameCount();
-  for (int i = 1; i <= count; ++i) {
-    CN4Frame* frame = file.Frame(i);
-    std::printf("  frame %4d  %-14s", i, FrameKind(frame));
-    if (auto* graphic = dynamic_cast<CN4GphFrame*>(frame)) {
-      std::printf("  %s  (method %u, %u bytes)", CN4GphFrame::Describe(*graphic->GphHdr()).c_str(),
-                  static_cast<unsigned>(graphic->GphHdr()->dwCompressMethod),
-                  static_cast<unsigned>(graphic->GetBulbObj()->GetSize()));
-    } else if (auto* command = dynamic_cast<CN4CmdFrame*>(frame)) {
-      for (int c = 0; c < command->GetCommandCount(); ++c) {
-        std::printf("%s\"%s\"", c ? ", " : "  ", command->GetPtrToCommandString(c));
-      }
-    }
-    std::printf("\n");
-  }
-  std::printf("  %d frames, run time %.2f s\n", count, sos->dwRunTime / 1000.0);
-  return 0;
-}
-
-int ListChunks(const char* path) {
-  {
-    CN4RiffFile probe;
-    if (probe.Open(path, OpenReadOnly, 0) && probe.Type() == n4::kFourccSeq4) {
-      probe.Close();
-      return ListSequence(path);
-    }
-  }
-  CN4RiffFile file;
-  if (!file.Open(path, OpenReadOnly, 0)) {
-    std::fprintf(stderr, "n4file: cannot open %s: %s (error %u)\n", path, file.GetPtrToErrorString(),
-                 static_cast<unsigned>(file.GetLastFileError()));
-    return 1;
-  }
-  std::printf("%s: RIFF form '%s', %u bytes mapped\n", path, FourccText(file.Type()).c_str(),
-              static_cast<unsigned>(file.GetMappingSize()));
-  for (int i = 0;; ++i) {
-    CN4RiffChunk* object = file.GetObject(i);
-    if (!object) break;
-    std::printf("  object %d: '%s' %u bytes (%s)\n", i, FourccText(object->Type()).c_str(),
-                static_cast<unsigned>(object->GetSize()), object->GetRuntimeClass()->m_lpszClassName);
-  }
-  std::printf("  comments: \"%s\"\n  software: \"%s\"\n  created:  \"%s\"\n", file.GetPtrToComments(),
-              file.GetPtrToSoftware(), file.GetPtrToCreationDate());
-  if (tag_N4_RIFF_FILE_DATA* hdr = file.RiffHdr()) {
-    std::printf("  header: format %u.%u, saved as %u.%u, %u objects, compression %u\n", hdr->wCreatedMajor,
-                hdr->wCreatedMinor, hdr->wSavedMajor, hdr->wSavedMinor,
-                static_cast<unsigned>(hdr->dwObjectCount), static_cast<unsigned>(hdr->dwCompression));
-  }
-  return 0;
-}
-
-int Demo(const char* path) {
-  CN4RiffFile file;
-  if (!file.Open(path, OpenCreate, n4::MakeFourCC("demo"))) {
-    std::fprintf(stderr, "n4file: cannot create %s: %s\n", path, file.GetPtrToErrorString());
-    return 1;
-  }
-  file.SetCommentsString("created by n4file demo");
-  file.SetSoftwareString("n4file");
-  if (!file.Update()) {
-    std::fprintf(stderr, "n4file: cannot save %s: %s\n", path, file.GetPtrToErrorString());
-    return 1;
-  }
-  file.Close();
-  std::printf("created %s\n", path);
-  return ListChunks(path);
-}
-
-void Usage() {
-  std::fprintf(stderr,
-               "usage: n4file demo PATH    create a RIFF file and list it\n"
-               "       n4file list PATH    list the chunks of a RIFF file, or the frames of a sequence\n");
-}
-
-}  // namespace
+void SetExitStatus(int status) { g_exitStatus = status; }
+int ExitStatus() { return g_exitStatus; }
+}  // namespace n4tool
 
 int main(int argc, char** argv) {
-  if (argc == 3 && std::strcmp(argv[1], "demo") == 0) return Demo(argv[2]);
-  if (argc == 3 && std::strcmp(argv[1], "list") == 0) return ListChunks(argv[2]);
-  Usage();
-  return 2;
+  CLI::App app{"n4file: make, inspect and convert the files of electronic signs", "n4file"};
+  app.set_version_flag("--version", std::string("n4file ") + N4FILE_TOOL_VERSION);
+  app.require_subcommand(1);
+  app.footer("Example:\n  n4file create -o show.SQ4 --size 16x48 --color RGB4K title.png\n"
+             "  n4file info show.SQ4\nRun `n4file COMMAND --help` for each command.");
+  app.failure_message([](const CLI::App*, const CLI::Error& e) {
+    return "n4file: " + std::string(e.what()) + "\nRun with --help for more information.\n";
+  });
+#define N4_ADD_COMMAND(name) n4tool::Add##name##Command(app);
+  N4_TOOL_COMMANDS(N4_ADD_COMMAND)
+#undef N4_ADD_COMMAND
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& e) {
+    const int code = app.exit(e);
+    return code == 0 ? 0 : n4tool::kExitUsage;
+  }
+  return n4tool::ExitStatus();
 }

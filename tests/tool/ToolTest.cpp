@@ -1,0 +1,330 @@
+// The n4file tool end to end: the built binary run on real files, the way a
+// user runs it.
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <random>
+#include <sstream>
+
+#include <nlohmann/json.hpp>
+
+#include <n4file/Files.h>
+
+#include "Tool.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+struct Result {
+  int status = -1;
+  std::string out;
+  std::string err;
+};
+
+std::string Slurp(const fs::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::stringstream s;
+  s << in.rdbuf();
+  return s.str();
+}
+
+std::string Quote(const std::string& s) {
+  std::string q = "'";
+  for (char c : s) q += c == '\'' ? std::string("'\\''") : std::string(1, c);
+  return q + "'";
+}
+
+class ToolTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    std::random_device rd;
+    dir_ = fs::temp_directory_path() / ("n4file-tool-test-" + std::to_string(rd()));
+    fs::create_directories(dir_);
+  }
+  void TearDown() override { fs::remove_all(dir_); }
+
+  // Runs the tool in the test directory, standard error not a terminal.
+  Result Run(const std::vector<std::string>& args, const std::string& env = "") {
+    std::string command = "cd " + Quote(dir_.string()) + " && " + env + " " + Quote(N4_TOOL_PATH);
+    for (const auto& a : args) command += " " + Quote(a);
+    command += " >stdout.txt 2>stderr.txt";
+    const int raw = std::system(command.c_str());
+    Result r;
+    r.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
+    r.out = Slurp(dir_ / "stdout.txt");
+    r.err = Slurp(dir_ / "stderr.txt");
+    return r;
+  }
+
+  std::string Path(const std::string& name) const { return (dir_ / name).string(); }
+
+  void WritePicture(const std::string& name, const n4tool::Picture& p) {
+    std::string cause;
+    ASSERT_TRUE(n4tool::WritePng(Path(name), p, cause)) << cause;
+  }
+
+  n4tool::Picture ReadPicture(const std::string& name) {
+    n4tool::Picture p;
+    std::string cause;
+    EXPECT_TRUE(n4tool::ReadPng(Path(name), p, cause)) << cause;
+    return p;
+  }
+
+  fs::path dir_;
+};
+
+n4tool::Picture RandomPicture(DWORD rows, DWORD cols, std::uint32_t seed) {
+  std::mt19937 rng(seed);
+  n4tool::Picture p;
+  p.width = cols;
+  p.height = rows;
+  p.rgb.resize(static_cast<size_t>(rows) * cols * 3);
+  for (auto& b : p.rgb) b = static_cast<BYTE>(rng());
+  return p;
+}
+
+// A fixed picture: stripes and a block, the same bytes on every run.
+n4tool::Picture FixedPicture(DWORD rows, DWORD cols, int shift) {
+  n4tool::Picture p = RandomPicture(rows, cols, 0);
+  for (DWORD y = 0; y < rows; ++y)
+    for (DWORD x = 0; x < cols; ++x) {
+      BYTE* px = &p.rgb[(static_cast<size_t>(y) * cols + x) * 3];
+      const bool on = ((x + shift) / 4) % 2 == 0 || (y > rows / 2 && x < cols / 3);
+      px[0] = on ? 255 : 0;
+      px[1] = on ? static_cast<BYTE>(x * 255 / cols) : 0;
+      px[2] = 0;
+    }
+  return p;
+}
+
+TEST_F(ToolTest, CreateThenRenderIsExactForEveryColourTechnology) {
+  for (int color = 0; color < 15; ++color) {
+    const std::string name = n4tool::Lowercase(n4::kColorTechNames[color]);
+    SCOPED_TRACE(name);
+    WritePicture("in.png", RandomPicture(5, 13, 100 + color));
+    // First pass: any picture, quantised to the technology by the sign.
+    ASSERT_EQ(Run({"create", "-o", "a.SQ4", "--size", "5x13", "--color", name, "in.png"}).status, 0);
+    ASSERT_EQ(Run({"render", "a.SQ4", "--frame", "1", "--scale", "1", "-o", "q.png"}).status, 0);
+    const n4tool::Picture quantised = ReadPicture("q.png");
+    ASSERT_EQ(quantised.width, 13u);
+    ASSERT_EQ(quantised.height, 5u);
+    // Second pass: a quantised picture comes back byte for byte.
+    ASSERT_EQ(Run({"create", "-o", "b.SQ4", "--size", "5x13", "--color", name, "q.png"}).status, 0);
+    ASSERT_EQ(Run({"render", "b.SQ4", "--frame", "1", "--scale", "1", "-o", "r.png"}).status, 0);
+    EXPECT_EQ(ReadPicture("r.png").rgb, quantised.rgb);
+  }
+}
+
+TEST_F(ToolTest, InfoJsonDescribesTheSequence) {
+  WritePicture("a.png", FixedPicture(8, 32, 0));
+  WritePicture("b.png", FixedPicture(8, 32, 2));
+  ASSERT_EQ(Run({"create", "-o", "s.SQ4", "--size", "8x32", "--color", "TRI256", "--pixel", "l", "--entry",
+                 "wand LEFT", "--hold", "1.5", "--exit", "dissolve", "--comment", "hello", "a.png", "b.png"})
+                .status,
+            0);
+  Result r = Run({"info", "--json", "s.SQ4"});
+  ASSERT_EQ(r.status, 0) << r.err;
+  const auto j = nlohmann::json::parse(r.out);
+  EXPECT_EQ(j["kind"], "sequence");
+  EXPECT_EQ(j["info"]["comments"], "hello");
+  EXPECT_EQ(j["sign"]["rows"], 8);
+  EXPECT_EQ(j["sign"]["columns"], 32);
+  EXPECT_EQ(j["sign"]["color"], "Tri256");
+  EXPECT_EQ(j["sign"]["pixel"], "L");
+  EXPECT_EQ(j["compression"], 30);
+  EXPECT_EQ(j["frame_count"], 3);
+  EXPECT_GT(j["run_time_ms"], 3000);
+  const auto& f = j["frames"][0];
+  EXPECT_EQ(f["kind"], "graphic");
+  EXPECT_EQ(f["entry"]["effect"], "Wand Left");
+  EXPECT_EQ(f["entry"]["number"], 15);
+  EXPECT_EQ(f["hold"]["time_ticks"], 180);
+  EXPECT_EQ(f["exit"]["effect"], "Dissolve");
+  EXPECT_GT(f["stored_bytes"], 0);
+  EXPECT_TRUE(f["method_name"].is_string());
+  EXPECT_EQ(j["frames"][2]["kind"], "end");
+  // Several files make an array; a damaged one is an entry with its error.
+  std::ofstream(Path("junk.SQ4")) << "not a sequence";
+  r = Run({"info", "--json", "s.SQ4", "junk.SQ4"});
+  EXPECT_EQ(r.status, 1);
+  const auto both = nlohmann::json::parse(r.out);
+  ASSERT_EQ(both.size(), 2u);
+  EXPECT_EQ(both[0]["frame_count"], 3);
+  EXPECT_TRUE(both[1].contains("error"));
+}
+
+TEST_F(ToolTest, InfoTextMatchesTheGoldenFile) {
+  WritePicture("a.png", FixedPicture(16, 48, 0));
+  WritePicture("b.png", FixedPicture(16, 48, 1));
+  ASSERT_EQ(Run({"create", "-o", "golden.SQ4", "--size", "16x48", "--color", "Mono4", "--entry", "coalesce",
+                 "--exit", "Scroll Up", "--hold", "0.5", "--comment", "golden", "--copyright", "N4FILE",
+                 "--created", "2001-02-03", "a.png", "b.png"})
+                .status,
+            0);
+  const Result r = Run({"info", "golden.SQ4"});
+  ASSERT_EQ(r.status, 0) << r.err;
+  const fs::path golden = fs::path(N4_TEST_DATA_DIR) / "tool" / "info-golden.txt";
+  if (std::getenv("N4_UPDATE_GOLDEN")) std::ofstream(golden, std::ios::binary) << r.out;
+  EXPECT_EQ(r.out, Slurp(golden));
+}
+
+TEST_F(ToolTest, InfoListsTheChunksOfAPlainRiffFile) {
+  const char riff[] = "RIFF\x1e\0\0\0demoabcd\x06\0\0\0hello\0LIST\x04\0\0\0xyzw";
+  std::ofstream(Path("plain.bin"), std::ios::binary).write(riff, sizeof riff - 1);
+  const Result r = Run({"info", "--json", "plain.bin"});
+  ASSERT_EQ(r.status, 0) << r.err;
+  const auto j = nlohmann::json::parse(r.out);
+  EXPECT_EQ(j["kind"], "riff");
+  EXPECT_EQ(j["form"], "demo");
+  ASSERT_EQ(j["chunks"].size(), 2u);
+  EXPECT_EQ(j["chunks"][0]["code"], "abcd");
+  EXPECT_EQ(j["chunks"][0]["bytes"], 6);
+  EXPECT_EQ(j["chunks"][1]["id"], "LIST");
+  EXPECT_EQ(j["chunks"][1]["code"], "xyzw");
+}
+
+TEST_F(ToolTest, CompressReportsEveryFrameAndKeepsThePixels) {
+  WritePicture("a.png", FixedPicture(16, 40, 0));
+  WritePicture("b.png", FixedPicture(16, 40, 3));
+  ASSERT_EQ(Run({"create", "-o", "raw.SQ4", "--size", "16x40", "--color", "rgb64", "--compress", "0", "a.png",
+                 "b.png"})
+                .status,
+            0);
+  const Result r = Run({"compress", "raw.SQ4", "--level", "30", "-o", "small.SQ4"});
+  ASSERT_EQ(r.status, 0) << r.err;
+  EXPECT_NE(r.out.find("frame 1: none,"), std::string::npos) << r.out;
+  EXPECT_NE(r.out.find("frame 2: none,"), std::string::npos) << r.out;
+  EXPECT_LT(fs::file_size(Path("small.SQ4")), fs::file_size(Path("raw.SQ4")));
+  for (int frame : {1, 2}) {
+    ASSERT_EQ(Run({"render", "raw.SQ4", "--frame", std::to_string(frame), "-o", "x.png"}).status, 0);
+    ASSERT_EQ(Run({"render", "small.SQ4", "--frame", std::to_string(frame), "-o", "y.png"}).status, 0);
+    EXPECT_EQ(ReadPicture("x.png").rgb, ReadPicture("y.png").rgb);
+  }
+  // In place, without -o.
+  EXPECT_EQ(Run({"compress", "raw.SQ4", "--level", "1"}).status, 0);
+  EXPECT_EQ(nlohmann::json::parse(Run({"info", "--json", "raw.SQ4"}).out)["compression"], 1);
+}
+
+TEST_F(ToolTest, RenderDrawsBulbsAndContactSheets) {
+  WritePicture("a.png", FixedPicture(6, 20, 0));
+  ASSERT_EQ(Run({"create", "-o", "s.SQ4", "--size", "6x20", "--color", "RGB16MB", "a.png", "a.png", "a.png"}).status,
+            0);
+  ASSERT_EQ(Run({"render", "s.SQ4", "--frame", "2", "-o", "f.png"}).status, 0);
+  const n4tool::Picture frame = ReadPicture("f.png");
+  EXPECT_EQ(frame.width, 20u * 8);
+  EXPECT_EQ(frame.height, 6u * 8);
+  ASSERT_EQ(Run({"render", "s.SQ4", "--sheet", "-o", "sheet.png"}).status, 0);
+  const n4tool::Picture sheet = ReadPicture("sheet.png");
+  EXPECT_GT(sheet.width, 3u * 20 * 8);
+  EXPECT_GT(sheet.height, 6u * 8);
+  EXPECT_EQ(Run({"render", "s.SQ4", "--frame", "4", "-o", "end.png"}).status, 1);  // the end marker
+  EXPECT_EQ(Run({"render", "s.SQ4", "-o", "none.png"}).status, 2);
+}
+
+// One case per kind of bad input: the exit status, the error line, and
+// nothing left behind.
+TEST_F(ToolTest, BadInputFailsWithOneLineAndLeavesNoOutput) {
+  WritePicture("right.png", FixedPicture(8, 16, 0));
+  WritePicture("wrong.png", FixedPicture(9, 16, 0));
+  std::ofstream(Path("text.png")) << "plain text";
+  ASSERT_EQ(Run({"create", "-o", "good.SQ4", "--size", "8x16", "--color", "Mono1", "right.png"}).status, 0);
+  std::string bytes = Slurp(Path("good.SQ4"));
+  bytes.resize(bytes.size() * 2 / 3);
+  std::ofstream(Path("cut.SQ4"), std::ios::binary) << bytes;
+  std::ofstream(Path("keep.SQ4")) << "keep me";
+  const char riff[] = "RIFF\x12\0\0\0demoabcd\x36\0\0\0hello\0";
+  std::ofstream(Path("cut.riff"), std::ios::binary).write(riff, sizeof riff - 1);
+
+  const struct {
+    const char* what;
+    std::vector<std::string> args;
+    int status;
+    const char* message;
+  } cases[] = {
+      {"missing file", {"info", "missing.SQ4"}, 1, "n4file: missing.SQ4: no such file\n"},
+      {"missing picture", {"create", "-o", "o.SQ4", "--size", "8x16", "--color", "Mono1", "gone.png"}, 1,
+       "n4file: gone.png: no such file\n"},
+      {"not a PNG", {"create", "-o", "o.SQ4", "--size", "8x16", "--color", "Mono1", "text.png"}, 1,
+       "n4file: text.png: not a PNG picture\n"},
+      {"wrong size", {"create", "-o", "keep.SQ4", "--size", "8x16", "--color", "Mono1", "right.png", "wrong.png"}, 1,
+       "use --fit"},
+      {"bad pair", {"create", "-o", "o.SQ4", "--size", "8x16", "--color", "rgb4k", "--pixel", "I", "right.png"}, 2,
+       "valid: L"},
+      {"unknown colour", {"create", "-o", "o.SQ4", "--size", "8x16", "--color", "purple", "right.png"}, 2,
+       "Mono1, Quad16"},
+      {"damaged sequence", {"info", "cut.SQ4"}, 1, "n4file: cut.SQ4: damaged sequence"},
+      {"damaged RIFF file", {"info", "cut.riff"}, 1, "n4file: cut.riff: damaged RIFF file: chunk 0 runs past"},
+      {"unknown kind", {"info", "text.png"}, 1, "n4file: text.png: unknown kind of file\n"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    const Result r = Run(c.args);
+    EXPECT_EQ(r.status, c.status);
+    EXPECT_NE(r.err.find(c.message), std::string::npos) << r.err;
+    EXPECT_FALSE(fs::exists(Path("o.SQ4")));
+  }
+  EXPECT_EQ(Slurp(Path("keep.SQ4")), "keep me");
+  // --fit accepts the picture of another size; the other files are still shown.
+  EXPECT_EQ(Run({"create", "-o", "fit.SQ4", "--size", "8x16", "--color", "Mono1", "--fit", "wrong.png"}).status, 0);
+  const Result r = Run({"info", "missing.SQ4", "fit.SQ4"});
+  EXPECT_EQ(r.status, 1);
+  EXPECT_NE(r.out.find("fit.SQ4: sequence file"), std::string::npos);
+}
+
+TEST_F(ToolTest, PathBuildsAndParsesBack) {
+  const Result built = Run({"path", "build", "--share", "/srv/shows", "--size", "16x80", "--color", "quad16m",
+                            "--library", "Weather", "--file", "Rain"});
+  ASSERT_EQ(built.status, 0) << built.err;
+  const std::string path = built.out.substr(0, built.out.find('\n'));
+  const Result parsed = Run({"path", "parse", "--json", path});
+  ASSERT_EQ(parsed.status, 0) << parsed.err;
+  const auto j = nlohmann::json::parse(parsed.out);
+  EXPECT_EQ(j["share"], "/srv/shows");
+  EXPECT_EQ(j["rows"], 16);
+  EXPECT_EQ(j["columns"], 80);
+  EXPECT_EQ(j["color"], "Quad16M");
+  EXPECT_EQ(j["pixel"], "I");
+  EXPECT_EQ(j["library"], "Weather");
+  EXPECT_EQ(j["file"], "Rain");
+  EXPECT_EQ(j["extension"], "SQ4");
+  EXPECT_EQ(j["kind"], "seq4");
+  EXPECT_EQ(Run({"path", "parse", "/srv/shows/readme.txt"}).status, 1);
+}
+
+TEST_F(ToolTest, RegistryValuesRoundTrip) {
+  const std::string env = "N4_REGISTRY_DIR=" + Quote(Path("registry"));
+  ASSERT_EQ(Run({"registry", "set", "File Locations", "DataPath", "/srv/n4000"}, env).status, 0);
+  ASSERT_EQ(Run({"registry", "set", "--user", "--dword", "Window Settings", "Width", "640"}, env).status, 0);
+  EXPECT_EQ(Run({"registry", "get", "File Locations", "DataPath"}, env).out, "/srv/n4000\n");
+  EXPECT_EQ(Run({"registry", "get", "--user", "Window Settings", "Width"}, env).out, "640\n");
+  EXPECT_EQ(Run({"registry", "get", "File Locations", "Nothing"}, env).status, 1);
+  // Exported, the store emptied, imported again.
+  ASSERT_EQ(Run({"registry", "export", "-o", "machine.reg"}, env).status, 0);
+  fs::remove_all(Path("registry"));
+  EXPECT_EQ(Run({"registry", "get", "File Locations", "DataPath"}, env).status, 1);
+  ASSERT_EQ(Run({"registry", "import", "machine.reg"}, env).status, 0);
+  EXPECT_EQ(Run({"registry", "get", "File Locations", "DataPath"}, env).out, "/srv/n4000\n");
+  const Result bad = Run({"registry", "import", "stdout.txt"}, env);
+  EXPECT_EQ(bad.status, 1);
+  EXPECT_NE(bad.err.find("n4file: stdout.txt: not a registry file"), std::string::npos) << bad.err;
+}
+
+TEST_F(ToolTest, EveryCommandHasHelpWithAnExample) {
+  for (const char* command : {"info", "create", "render", "compress", "registry", "path"}) {
+    SCOPED_TRACE(command);
+    const Result r = Run({command, "--help"});
+    EXPECT_EQ(r.status, 0);
+    EXPECT_NE(r.out.find("Example:"), std::string::npos);
+  }
+  const Result v = Run({"--version"});
+  EXPECT_EQ(v.status, 0);
+  EXPECT_NE(v.out.find("n4file "), std::string::npos);
+  EXPECT_EQ(Run({"frobnicate"}).status, 2);
+  EXPECT_EQ(Run({}).status, 2);
+}
+
+}  // namespace

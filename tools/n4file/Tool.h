@@ -1,0 +1,80 @@
+// Shared parts of the n4file subcommands: error lines, exit codes, progress,
+// name lookup without regard to case, pictures and the file recognisers of
+// `info`.
+#pragma once
+
+#include <cstdio>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
+
+#include <n4file/Types.h>
+
+namespace n4tool {
+
+constexpr int kExitOk = 0;
+constexpr int kExitFailure = 1;  // a file could not be read, made or written
+constexpr int kExitUsage = 2;    // the command line itself is wrong
+
+// Prints "n4file: FILE: cause" on standard error and returns kExitFailure.
+int Fail(const std::string& file, const std::string& cause);
+
+// A usage error: CLI11 prints it and main exits with kExitUsage.
+[[noreturn]] void UsageError(const std::string& message);
+
+// A bar on standard error for work that may take a while; silent unless
+// standard error is a terminal.
+class Progress {
+ public:
+  Progress(std::string what, int total);
+  ~Progress();
+  void Step();
+
+ private:
+  std::string m_what;
+  int m_total;
+  int m_done = 0;
+  bool m_shown;
+};
+
+bool EqualsNoCase(const std::string& a, const std::string& b);
+std::string Lowercase(std::string s);
+// The colour technology named `name` (any case) or given as its number.
+std::optional<DWORD> ColorByName(const std::string& name);
+// An entry or exit effect by name (any case) or number 0 ... 53.
+std::optional<int> EffectByName(const std::string& name, bool exit);
+// "Mono1, Quad16, ..." for messages.
+std::string ColorNames();
+
+// An RGB picture: top-down rows of red, green, blue bytes.
+struct Picture {
+  DWORD width = 0;
+  DWORD height = 0;
+  std::vector<BYTE> rgb;
+};
+// Reads any PNG as 8-bit RGB; false with a cause on failure.
+bool ReadPng(const std::string& path, Picture& picture, std::string& cause);
+// Writes the picture as an RGB PNG, complete or not at all.
+bool WritePng(const std::string& path, const Picture& picture, std::string& cause);
+
+// Writes `text` at (x, y) in a 5 x 7 font, `scale` pixels per dot.
+void DrawText(Picture& picture, int x, int y, const std::string& text, int scale, const BYTE rgb[3]);
+int TextWidth(const std::string& text, int scale);
+
+// --- `info` recognisers. Each file kind supplies one (see main.cpp).
+enum class Match { kNone, kExtension, kContent };
+
+struct Recogniser {
+  const char* kind;
+  // How well the file matches: its first bytes (up to 64) and its extension
+  // in lower case without the dot.
+  Match (*match)(const std::vector<BYTE>& head, const std::string& extension);
+  // Fills `json` and `text` (the readable summary); false with a cause when
+  // the file is damaged.
+  bool (*describe)(const std::string& path, nlohmann::ordered_json& json, std::string& text, std::string& cause);
+};
+
+}  // namespace n4tool
