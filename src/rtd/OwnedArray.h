@@ -3,6 +3,7 @@
 // the count adds nothing), remove deletes, getters keep ownership.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <memory>
 #include <new>
