@@ -99,21 +99,25 @@ TEST_F(RtdFile, LargeValuesUseTheLongForms) {
   sync.SetIndivBytes(bytes);
   t.AddSync(-1, &sync);
   rtd.AddTrans(-1, &t);
-  // Enough objects that class numbers pass 0x7FFF and take the 32-bit tag.
-  for (int i = 0; i < 20000; ++i) rtd.AddOutput(-1, nullptr);
+  // Enough objects before the first output that its class number (33004)
+  // passes 0x7FFF: the second output refers to it with the 32-bit tag.
+  for (int i = 1; i < 33000; ++i) rtd.AddTrans(-1, nullptr);
+  rtd.AddOutput(-1, nullptr);
+  rtd.AddOutput(-1, nullptr);
   ASSERT_EQ(rtd.WriteFile(), 1);
   const std::string file = n4test::ReadFile(path);
   EXPECT_EQ(file.substr(4, 3), Bytes().B(0xFF).W16(300).s);
   const std::size_t trans = 4 + 3 + 300 + 2 + 2 + 2 + 2 + 16 + 4 + 4;
   EXPECT_EQ(file.substr(trans, 7), Bytes().B(0xFF).W16(0xFFFF).I32(70000).s);
+  EXPECT_NE(file.find(Bytes().W16(0x7FFF).I32(static_cast<std::int32_t>(0x80000000u | 33004)).s), std::string::npos);
 
   CN4FileCRtd back;
   ASSERT_EQ(back.ReadFile(path), 1);
   EXPECT_EQ(back.GetFileDescription(), rtd.GetFileDescription());
-  ASSERT_EQ(back.GetTransCount(), 1);
+  ASSERT_EQ(back.GetTransCount(), 33000);
   EXPECT_EQ(back.GetTransPtr(0)->GetDescription(), t.GetDescription());
   EXPECT_EQ(back.GetTransPtr(0)->GetSyncPtr(0)->GetIndivBytes(), bytes);
-  EXPECT_EQ(back.GetOutputCount(), 20000);
+  EXPECT_EQ(back.GetOutputCount(), 2);
   ASSERT_EQ(back.WriteFile(), 1);
   EXPECT_EQ(n4test::ReadFile(path), file);
 }
@@ -172,7 +176,7 @@ TEST_F(RtdFile, TruncationRaisesAndKeepsTheRecordsReadBefore) {
 }
 
 TEST_F(RtdFile, DamagedReferencesRaiseTheirCause) {
-  const std::string head = Bytes().I32(1).Str("").W16(1).s;
+  const std::string head = Bytes().I32(1).Str("").W16(2).s;
   struct Case {
     const char* name;
     std::string body;
@@ -180,6 +184,9 @@ TEST_F(RtdFile, DamagedReferencesRaiseTheirCause) {
   } cases[] = {
       {"class number never given", Bytes().W16(0x8005).s, n4::ArchiveException::badIndex},
       {"reference to an earlier object", Bytes().W16(0x0002).s, n4::ArchiveException::badIndex},
+      {"class number of an object",
+       Bytes().NewClass("CN4FileCRtdTrans").I32(1).I32(1).Str("").W16(0).W16(0).W16(0x8002).s,
+       n4::ArchiveException::badIndex},
       {"32-bit reference to no class", Bytes().W16(0x7FFF).I32(static_cast<std::int32_t>(0x80000009u)).s,
        n4::ArchiveException::badIndex},
       {"unknown class", Bytes().NewClass("CN4Other").s, n4::ArchiveException::badClass},
