@@ -1,4 +1,5 @@
-// Exceptions that file errors raise where they pass to the caller.
+// Exceptions that file and archive errors raise where they pass to the caller
+// (script files, the real-time data configuration file).
 //
 // n4::FileException carries the cause codes the application framework's file
 // exception has always used, so callers that switch on them keep working, and
@@ -11,6 +12,7 @@
 #include <string>
 
 #include "n4file/Export.h"
+#include "n4file/Types.h"
 
 namespace n4 {
 
@@ -92,8 +94,30 @@ class N4FILE_API FileException : public std::runtime_error {
     return text;
   }
 
+ public:
+  // Public, as the framework's file exception has them.
   Cause m_cause;
   long m_lOsError;
+  std::string m_strFileName;
+};
+
+// A malformed archive, or an archive used in the wrong direction.
+class N4FILE_API ArchiveException : public std::runtime_error {
+ public:
+  enum Cause {
+    none,
+    generic,
+    readOnly,   // a write to a loading archive
+    endOfFile,  // the file ended inside a value
+    writeOnly,  // a read from a storing archive
+    badIndex,   // an object or class reference that names no fitting entry
+    badClass,   // a class name that is unknown or not the one expected
+    badSchema,  // a class stored with another schema that it cannot read
+  };
+
+  ArchiveException(Cause cause, const std::string& fileName);
+
+  Cause m_cause;
   std::string m_strFileName;
 };
 
