@@ -36,10 +36,21 @@ DWORD CopyValue(std::string_view text, char* buffer, DWORD size) {
 class ListWriter {
  public:
   ListWriter(char* buffer, DWORD size) : buffer_(buffer), size_(buffer ? size : 0) {}
+  // "name=value" without building it first.
+  void AddKey(std::string_view name, std::string_view value) {
+    if (!Append(name) || !Append("=") || !Append(value)) return;
+    buffer_[used_++] = '\0';
+  }
   void Add(std::string_view item) {
-    if (full_ || size_ < 2) {
+    if (Append(item)) buffer_[used_++] = '\0';
+  }
+
+ private:
+  // Appends without a terminator; false (and the list closed) when cut.
+  bool Append(std::string_view item) {
+    if (full_ || used_ + 2 > size_) {
       full_ = true;
-      return;
+      return false;
     }
     // Room for this item's terminator and the list's final one.
     const std::size_t room = size_ - 2 - used_;
@@ -48,10 +59,12 @@ class ListWriter {
     used_ += n;
     if (n < item.size()) {
       full_ = true;
-      return;
+      return false;
     }
-    buffer_[used_++] = '\0';
+    return true;
   }
+
+ public:
   DWORD Finish() {
     if (size_ == 0) return 0;
     if (size_ == 1) {
@@ -170,15 +183,11 @@ DWORD ProfileGetSection(const char* section, char* buffer, DWORD size, const std
   if (section != nullptr) {
     auto text = ProfileCache::Instance().Get(file);
     if (const auto* sec = text->FindSection(section)) {
-      std::string entry;
       for (std::uint32_t i = sec->firstLine; i < sec->endLine; ++i) {
         const auto& line = text->lines()[i];
         if (line.kind == ProfileText::LineKind::Comment) continue;
         if (line.kind == ProfileText::LineKind::Key) {
-          entry.assign(text->Name(line));
-          entry += '=';
-          entry += text->RawValue(line);
-          list.Add(entry);
+          list.AddKey(text->Name(line), text->RawValue(line));
         } else {
           list.Add(text->Trimmed(line));
         }

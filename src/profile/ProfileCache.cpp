@@ -18,6 +18,15 @@ ProfileCache& ProfileCache::Instance() {
 }
 
 std::shared_ptr<const ProfileText> ProfileCache::Get(const std::string& path) {
+  const auto now = std::chrono::steady_clock::now();
+  {
+    std::lock_guard<std::mutex> guard(mutex_);
+    auto it = entries_.find(path);
+    if (it != entries_.end() && now - it->second.checked < kRecheckInterval) {
+      it->second.lastUse = ++clock_;
+      return it->second.text;
+    }
+  }
   Env* env = Env::Default();
   FileStamp stamp;
   if (!env->GetFileStamp(path, &stamp, nullptr) || stamp.size > kMaxProfileBytes) {
@@ -28,6 +37,7 @@ std::shared_ptr<const ProfileText> ProfileCache::Get(const std::string& path) {
     std::lock_guard<std::mutex> guard(mutex_);
     auto it = entries_.find(path);
     if (it != entries_.end() && it->second.stamp == stamp) {
+      it->second.checked = now;
       it->second.lastUse = ++clock_;
       return it->second.text;
     }
@@ -68,7 +78,7 @@ void ProfileCache::StoreLocked(const std::string& path, const FileStamp& stamp,
   }
   if (size > kMaxBytes) return;
   bytes_ += size;
-  entries_[path] = Entry{stamp, std::move(text), ++clock_};
+  entries_[path] = Entry{stamp, std::chrono::steady_clock::now(), std::move(text), ++clock_};
 }
 
 void ProfileCache::Forget(const std::string& path) {

@@ -7,12 +7,20 @@
 // copy. The writer stores what it wrote together with the stamp it took while
 // still holding the file's lock, so an own write never forces a re-read.
 //
+// Checking costs a system call, which on some systems costs more than all the
+// lookup work of a page. So a file checked less than kRecheckInterval ago is
+// trusted without asking again: a burst of reads (a page and its 100 cells)
+// costs one check, while a change by another process is seen by any read
+// that starts more than that interval after the previous check. Own writes
+// are seen at once.
+//
 // Bounded: at most kMaxEntries files and kMaxBytes of text are kept; the least
 // recently used go first.
 //
 // Thread safety: all members may be called from any thread.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -36,10 +44,12 @@ class ProfileCache {
 
   static constexpr std::size_t kMaxEntries = 64;
   static constexpr std::size_t kMaxBytes = 64u << 20;
+  static constexpr std::chrono::milliseconds kRecheckInterval{2};
 
  private:
   struct Entry {
     FileStamp stamp;
+    std::chrono::steady_clock::time_point checked;
     std::shared_ptr<const ProfileText> text;
     std::uint64_t lastUse = 0;
   };

@@ -1,6 +1,6 @@
 // CN4FileDCPage: a page's configuration and its cells.
 #include <cstring>
-#include <vector>
+#include <string_view>
 
 #include "n4file/Settings.h"
 #include "profile/Profile.h"
@@ -70,20 +70,20 @@ int CN4FileDCPage::ReadCell(int cell) {
     m_Cell = *m_pCachedCells[cell];
     return 1;
   }
-  std::vector<char> buffer(kCellBufferSize);
+  char buffer[kCellBufferSize];
   m_Cell = SCell{};
-  const DWORD used = n4::ProfileGetSection(BuildSectionName(cell).c_str(), buffer.data(), kCellBufferSize,
+  const DWORD used = n4::ProfileGetSection(BuildSectionName(cell).c_str(), buffer, kCellBufferSize,
                                            m_strPathName);
   // Keys compare case-sensitively here, unlike everywhere else, and the walk
   // ends at the first entry without "=".
   for (DWORD pos = 0; pos < used && buffer[pos] != '\0';) {
-    const char* entry = buffer.data() + pos;
+    const char* entry = buffer + pos;
     const std::size_t length = std::strlen(entry);
     pos += static_cast<DWORD>(length) + 1;
     const char* eq = static_cast<const char*>(std::memchr(entry, '=', length));
     if (eq == nullptr) break;
-    const std::string key(entry, eq);
-    const std::string value(eq + 1, entry + length);
+    const std::string_view key(entry, static_cast<std::size_t>(eq - entry));
+    const std::string_view value(eq + 1, static_cast<std::size_t>(entry + length - eq - 1));
     if (key == "TYPE") m_Cell.strType = value;
     else if (key == "NAME") m_Cell.strName = value;
     else if (key == "CATEGORY") m_Cell.strCategory = value;

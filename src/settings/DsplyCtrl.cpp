@@ -50,10 +50,10 @@ int CN4FileDsplyCtrl::WriteInt(const std::string& section, const std::string& ke
 
 std::string CN4FileDsplyCtrl::GetString(const std::string& section, const std::string& key,
                                         const std::string& defaultValue) {
-  std::vector<char> buffer(kValueCapacity);
-  DWORD n = n4::ProfileGetString(section.c_str(), key.c_str(), defaultValue.c_str(), buffer.data(),
-                                 kValueCapacity, m_strPathName);
-  return n4::UpToNul(buffer.data(), n);
+  char buffer[kValueCapacity];
+  DWORD n = n4::ProfileGetString(section.c_str(), key.c_str(), defaultValue.c_str(), buffer, kValueCapacity,
+                                 m_strPathName);
+  return n4::UpToNul(buffer, n);
 }
 
 int CN4FileDsplyCtrl::WriteString(const std::string& section, const std::string& key, const std::string& value) {

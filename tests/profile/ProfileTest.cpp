@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "profile/Profile.h"
@@ -200,13 +201,16 @@ TEST_F(ProfileTest, RefusesLineBreaksAndMissingDirectories) {
 TEST_F(ProfileTest, CacheSeesChangesByOthersAndOwnWrites) {
   Put("[A]\nk=1\n");
   EXPECT_EQ(Get("A", "k"), "1");
-  // Same size, written behind the cache's back by another writer.
+  // Same size, written behind the cache's back by another writer: seen by
+  // reads that start after the re-check interval.
   WriteFile(Path() + ".new", "[A]\nk=2\n");
   std::rename((Path() + ".new").c_str(), Path().c_str());
+  std::this_thread::sleep_for(2 * n4::ProfileCache::kRecheckInterval);
   EXPECT_EQ(Get("A", "k"), "2");
   EXPECT_EQ(n4::ProfileWriteString("A", "k", "3", Path()), 1);
   EXPECT_EQ(Get("A", "k"), "3");
   std::remove(Path().c_str());
+  std::this_thread::sleep_for(2 * n4::ProfileCache::kRecheckInterval);
   EXPECT_EQ(Get("A", "k"), "<default>");
   EXPECT_EQ(n4::ProfileDeleteFile(Path()), 1);
 }

@@ -4,6 +4,7 @@
 #include <thread>
 
 #include "n4file/Settings.h"
+#include "profile/ProfileCache.h"
 #include "support/TestSupport.h"
 
 namespace {
@@ -13,6 +14,11 @@ using namespace std::string_literals;
 constexpr int kWrites = 30;
 
 // args: file path, key prefix. Writes prefix0..prefixN-1 into one section, one write each.
+void Rewrite(const std::string& path, const std::string& bytes) {
+  n4test::WriteFile(path, bytes);
+  n4::ProfileCache::Instance().Forget(path);
+}
+
 N4_TEST_CHILD_MODE(settings_writer) {
   if (args.size() != 2) return 2;
   CN4FileDsplyCtrl file("unused", "");
@@ -56,7 +62,7 @@ TEST(SettingsConcurrency, HostilePagesReadWithoutHarm) {
       std::string("[CELL1]\0NAME=x", 14),
   };
   for (const auto& bytes : files) {
-    n4test::WriteFile(path, bytes);
+    Rewrite(path, bytes);
     CN4FileDCPage page("unused");
     page.SetPathName(path);
     page.ReadPageData();
@@ -65,11 +71,11 @@ TEST(SettingsConcurrency, HostilePagesReadWithoutHarm) {
   // The buffer of the cell walk cuts the long entry and what follows it.
   CN4FileDCPage page("unused");
   page.SetPathName(path);
-  n4test::WriteFile(path, files[2]);
+  Rewrite(path, files[2]);
   page.ReadCell(0);
   EXPECT_EQ(page.GetCellPath().size(), 5120u - 2 - 5);
   EXPECT_EQ(page.GetCellName(), "");
-  n4test::WriteFile(path, files[1]);
+  Rewrite(path, files[1]);
   page.ReadCell(0);
   EXPECT_EQ(page.GetCellName(), "a");
   EXPECT_EQ(page.GetCellRow(), 2147483647);
