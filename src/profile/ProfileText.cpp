@@ -54,7 +54,6 @@ void ProfileText::Parse() {
     start = next;
   }
   sections_.back().endLine = static_cast<std::uint32_t>(lines_.size());
-  if (sections_.front().endLine > 0) firstSection_.try_emplace(std::string(), 0);
 }
 
 void ProfileText::IndexLine(std::uint32_t start, std::uint32_t end, std::uint32_t next) {
@@ -90,6 +89,8 @@ void ProfileText::IndexLine(std::uint32_t start, std::uint32_t end, std::uint32_
 
   const auto index = static_cast<std::uint32_t>(lines_.size());
   lines_.push_back(line);
+  // Lines before the first header make the section "", found before any "[]".
+  if (index == 0 && line.kind != LineKind::Header) firstSection_.try_emplace(std::string(), 0);
   if (line.kind == LineKind::Header) {
     sections_.back().endLine = index;
     Section section;

@@ -62,6 +62,7 @@ TEST_F(ProfileTest, ReadsAwkwardFiles) {
       {"duplicate section is not merged", "[A]\nk=1\n[a]\nj=3\n", "A", "j", "<default>"},
       {"first duplicate key", "[A]\nk=1\nK=2\n", "A", "k", "1"},
       {"keys before any section", "k=top\n[A]\nk=a\n", "", "k", "top"},
+      {"keys before any section win over []", "k=top\n[]\nk=later\n", "", "k", "top"},
       {"comment is no key", "[A]\n;k=1\nk=2\n", "A", "k", "2"},
       {"inline semicolon is value", "[A]\nk=v ; note\n", "A", "k", "v ; note"},
       {"line without = is no key", "[A]\nk\nk=2\n", "A", "k", "2"},
