@@ -105,6 +105,17 @@ class ChildProcess {
   virtual int Wait() = 0;
 };
 
+// What a cache compares to tell that a file changed since it was read: its
+// size, its last write time and, where the platform has one cheaply, the
+// identity of the file behind the name (a file replaced by a rename gets a new
+// one even when size and time happen to match).
+struct FileStamp {
+  std::uint64_t size = 0;
+  std::int64_t modified = 0;
+  std::uint64_t identity = 0;
+  bool operator==(const FileStamp&) const = default;
+};
+
 struct DiskFreeSpace {
   DWORD sectorsPerCluster = 0;
   DWORD bytesPerSector = 0;
@@ -153,6 +164,11 @@ class Env {
   virtual bool CreateDirectory(const std::string& path, SysError* err) = 0;
   virtual bool GetFileSize(const std::string& path, std::uint64_t* size, SysError* err) = 0;
   virtual bool GetFileAttributes(const std::string& path, DWORD* attributes, SysError* err) = 0;
+  // One status call; the default falls back on the size alone.
+  virtual bool GetFileStamp(const std::string& path, FileStamp* stamp, SysError* err) {
+    *stamp = FileStamp{};
+    return GetFileSize(path, &stamp->size, err);
+  }
   virtual bool SetReadOnly(const std::string& path, bool readOnly, SysError* err) = 0;
   // Names (not paths) of the entries of a directory, without "." and "..".
   virtual bool ListDirectory(const std::string& path, std::vector<std::string>* names,
@@ -230,6 +246,9 @@ class EnvWrapper : public Env {
   }
   bool GetFileAttributes(const std::string& path, DWORD* attributes, SysError* err) override {
     return target_->GetFileAttributes(path, attributes, err);
+  }
+  bool GetFileStamp(const std::string& path, FileStamp* stamp, SysError* err) override {
+    return target_->GetFileStamp(path, stamp, err);
   }
   bool SetReadOnly(const std::string& path, bool readOnly, SysError* err) override {
     return target_->SetReadOnly(path, readOnly, err);

@@ -179,6 +179,15 @@ class PosixEnv final : public Env {
     return true;
   }
 
+  bool GetFileStamp(const std::string& path, FileStamp* stamp, SysError* err) override {
+    struct stat st {};
+    if (stat(path.c_str(), &st) != 0) return FailErrno(err, errno);
+    stamp->size = static_cast<std::uint64_t>(st.st_size);
+    stamp->modified = static_cast<std::int64_t>(st.st_mtim.tv_sec) * 1000000000 + st.st_mtim.tv_nsec;
+    stamp->identity = static_cast<std::uint64_t>(st.st_ino) ^ (static_cast<std::uint64_t>(st.st_dev) << 40);
+    return true;
+  }
+
   bool GetFileAttributes(const std::string& path, DWORD* attributes, SysError* err) override {
     struct stat st {};
     if (stat(path.c_str(), &st) != 0) return FailErrno(err, errno);

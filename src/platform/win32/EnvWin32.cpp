@@ -221,6 +221,16 @@ class Win32Env final : public Env {
     return true;
   }
 
+  bool GetFileStamp(const std::string& path, FileStamp* stamp, SysError* err) override {
+    WIN32_FILE_ATTRIBUTE_DATA data{};
+    if (!::GetFileAttributesExA(path.c_str(), GetFileExInfoStandard, &data)) return FailLastError(err);
+    stamp->size = (static_cast<std::uint64_t>(data.nFileSizeHigh) << 32) | data.nFileSizeLow;
+    stamp->modified = static_cast<std::int64_t>((static_cast<std::uint64_t>(data.ftLastWriteTime.dwHighDateTime) << 32) |
+                                                data.ftLastWriteTime.dwLowDateTime);
+    stamp->identity = 0;
+    return true;
+  }
+
   bool GetFileAttributes(const std::string& path, DWORD* attributes, SysError* err) override {
     const DWORD a = ::GetFileAttributesA(path.c_str());
     if (a == kInvalidAttributes) return FailLastError(err);

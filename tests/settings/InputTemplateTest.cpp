@@ -1,0 +1,83 @@
+#include <gtest/gtest.h>
+
+#include "n4file/Settings.h"
+#include "SettingsTestEnv.h"
+
+namespace {
+
+using n4test::SettingsTest;
+
+TEST_F(SettingsTest, TemplateReadsSkipsNamelessSectionsAndDefaultsJustification) {
+  data_.Put("T.tpl",
+            "[TEMPLATE]\r\nDESCRIPTION=Scores\r\nNUMFIELDS=3\r\n"
+            "[FIELD1]\r\nNAME=Home\r\nLENGTH=3\r\nJUSTIFY=R\r\n"
+            "[FIELD2]\r\nLENGTH=9\r\n"
+            "[FIELD3]\r\nNAME=Guest\r\nLENGTH=5\r\nSAMPLE_TEXT=12\r\n");
+  CN4FileInputTemplate t("T.tpl");
+  EXPECT_EQ(t.GetTemplateDesc(), "Scores");
+  ASSERT_EQ(t.GetNumFields(), 2);
+  EXPECT_EQ(t.GetFieldName(1), "Guest");
+  EXPECT_EQ(t.GetFieldJust(1), "N");
+  EXPECT_EQ(t.GetFieldSampleText(1), "12");
+  EXPECT_EQ(t.GetFieldLength(2), -1);
+  EXPECT_EQ(t.AddField("Period", -3), 2);
+  EXPECT_EQ(t.GetFieldJust(2), "L");
+  EXPECT_EQ(t.GetFieldIndex("guest"), -1);
+  EXPECT_EQ(t.GetFieldIndex("Guest"), 1);
+}
+
+TEST_F(SettingsTest, TemplateFieldPositions) {
+  CN4FileInputTemplate t(data_.File("new.tpl"));
+  t.AddField("A", 0);
+  t.AddField("B", 1);
+  t.AddField("C", 2);
+  t.SetFieldLength(0, 3);
+  t.SetFieldLength(1, 5);
+  t.SetFieldLength(2, 4);
+  EXPECT_EQ(t.GetTotalLength(), 12);
+  EXPECT_EQ(t.GetFieldItemNumber(2, 0), 9);
+  const struct {
+    const char* just;
+    int textLength;
+    int start;
+  } cases[] = {{"R", 2, 7}, {"C", 2, 5}, {"L", 2, 4}, {"r", 2, 4}, {"R", 5, 4}, {"C", 0, 4}, {"R", 9, 4}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(std::string(c.just) + std::to_string(c.textLength));
+    t.SetFieldJust(1, c.just);
+    EXPECT_EQ(t.GetFieldItemNumber(1, c.textLength), c.start);
+  }
+  EXPECT_EQ(t.GetFieldItemNumber(3, 1), 0);
+  EXPECT_EQ(t.SetFieldLength(3, 1), 0);
+  t.SetFieldName(2, "A");
+  EXPECT_EQ(t.FindDuplicateFieldName(2), 0);
+  EXPECT_EQ(t.FindDuplicateFieldName(0), 2);
+  EXPECT_EQ(t.FindDuplicateFieldName(1), -1);
+  EXPECT_EQ(t.FindDuplicateFieldName(7), -1);
+  EXPECT_EQ(t.DeleteField(0), 1);
+  EXPECT_EQ(t.GetFieldName(0), "B");
+  EXPECT_EQ(t.DeleteField(2), 0);
+}
+
+TEST_F(SettingsTest, TemplateWriteReplacesTheWholeFile) {
+  std::string longer = "[TEMPLATE]\r\nNUMFIELDS=5\r\n; note\r\n";
+  for (int i = 1; i <= 5; ++i) longer += "[FIELD" + std::to_string(i) + "]\r\nNAME=F" + std::to_string(i) + "\r\n";
+  data_.Put("T.tpl", longer);
+  CN4FileInputTemplate t("T.tpl");
+  ASSERT_EQ(t.GetNumFields(), 5);
+  t.DeleteField(4);
+  t.DeleteField(3);
+  t.DeleteField(2);
+  t.SetTemplateDesc("Two");
+  EXPECT_EQ(t.WriteTemplateData(), 1);
+  EXPECT_EQ(data_.Get("T.tpl"),
+            "[TEMPLATE]\r\nDESCRIPTION=Two\r\nNUMFIELDS=2\r\n"
+            "\r\n[FIELD1]\r\nNAME=F1\r\nLENGTH=0\r\nJUSTIFY=N\r\nSAMPLE_TEXT=\r\n"
+            "\r\n[FIELD2]\r\nNAME=F2\r\nLENGTH=0\r\nJUSTIFY=N\r\nSAMPLE_TEXT=\r\n");
+  t.SetPathName(data_.File("Copy.tpl"));
+  EXPECT_EQ(t.WriteTemplateData(), 1);
+  CN4FileInputTemplate copy("Copy.tpl");
+  EXPECT_EQ(copy.GetNumFields(), 2);
+  EXPECT_EQ(copy.GetTemplateDesc(), "Two");
+}
+
+}  // namespace

@@ -1,0 +1,42 @@
+// A data directory for the settings files, set through the registry store.
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+#include "n4file/Registry.h"
+#include "profile/ProfileCache.h"
+#include "registry/RegistryTestEnv.h"
+#include "support/TestSupport.h"
+
+namespace n4test {
+
+struct DataDirEnv {
+  explicit DataDirEnv(const std::string& root) : env(root + "/registry"), scoped(&env), dataDir(root + "/data") {
+    std::filesystem::create_directories(dataDir);
+    CN4Registry reg;
+    reg.CreateMachineRegistryKey("File Locations");
+    reg.SetRegistryString("DataPath", dataDir.c_str());
+    n4::ProfileCache::Instance().Clear();
+  }
+  std::string File(const std::string& name) const { return dataDir + "/" + name; }
+  // Writes a file behind the cache's back, as another program would.
+  void Put(const std::string& name, const std::string& bytes) const {
+    WriteFile(File(name), bytes);
+    n4::ProfileCache::Instance().Forget(File(name));
+  }
+  std::string Get(const std::string& name) const { return ReadFile(File(name)); }
+
+  RegistryDirEnv env;
+  n4::ScopedEnv scoped;
+  std::string dataDir;
+};
+
+class SettingsTest : public ::testing::Test {
+ protected:
+  SettingsTest() : data_(dir_.path()) {}
+  TempDir dir_;
+  DataDirEnv data_;
+};
+
+}  // namespace n4test
