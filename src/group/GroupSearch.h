@@ -1,0 +1,45 @@
+// The state behind CN4FileGroup's group-ID iteration and member walks.
+//
+// Each level of a walk holds the (ID, Type) rows of one group, read whole
+// when the level is opened, so no read stays open in the database between
+// calls and other connections can write meanwhile.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <vector>
+
+#include "n4file/Group.h"
+
+namespace n4 {
+
+struct GroupIdSet {
+  bool open = false;
+  std::vector<long> ids;
+  std::size_t next = 0;
+};
+
+struct MemberRow {
+  long id = 0;
+  long type = 0;
+};
+
+struct FindLevel {
+  bool open = false;
+  std::vector<MemberRow> rows;
+  std::size_t next = 0;
+
+  void Close() {
+    open = false;
+    rows.clear();
+    next = 0;
+  }
+};
+
+struct GroupSearch {
+  HANDLE token = nullptr;
+  std::array<FindLevel, kGroupFindLevels> levels;
+  int level = 0;
+};
+
+}  // namespace n4

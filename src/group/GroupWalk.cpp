@@ -1,0 +1,202 @@
+// CN4FileGroup: iterating the groups, walking members, the recursion check.
+#include <algorithm>
+#include <cstring>
+
+#include "group/GroupConnection.h"
+#include "group/GroupSearch.h"
+#include "group/GroupText.h"
+#include "n4file/Group.h"
+
+using n4::AsLong32;
+using n4::StatementScope;
+
+namespace {
+
+template <std::size_t N>
+void CopyText(char (&field)[N], const std::string& text) {
+  // The database keeps texts shorter than the field; a row written by another
+  // program is cut rather than overrun.
+  std::size_t n = std::min(text.size(), N - 1);
+  std::memcpy(field, text.data(), n);
+  field[n] = '\0';
+}
+
+}  // namespace
+
+long CN4FileGroup::GetFirstGroupID() {
+  if (!IsOpen() || !m_pGroupSet || !m_pGroupSet->open) return -1;
+  n4::GroupIdSet& set = *m_pGroupSet;
+  set.ids.clear();
+  set.next = 0;
+  try {
+    StatementScope all(m_pDatabase->Prepare("SELECT * FROM [Group]"));
+    const int idColumn = all->getColumnIndex("GroupID");
+    while (all->executeStep()) set.ids.push_back(all->getColumn(idColumn).getInt());
+  } catch (const std::exception& e) {
+    n4::ShowRecordSetError(e.what());
+    set.ids.clear();
+    return -1;
+  }
+  return GetNextGroupID();
+}
+
+long CN4FileGroup::GetNextGroupID() {
+  if (!m_pGroupSet || !m_pGroupSet->open || m_pGroupSet->next >= m_pGroupSet->ids.size()) return -1;
+  return m_pGroupSet->ids[m_pGroupSet->next++];
+}
+
+n4::GroupSearch* CN4FileGroup::GetPtrToFindRecordSet(HANDLE hFind, std::size_t* pPosition) {
+  if (hFind == nullptr) return nullptr;
+  // Newest first: the search in use is nearly always the last one opened.
+  for (std::size_t i = m_searches.size(); i-- > 0;) {
+    if (m_searches[i]->token == hFind) {
+      if (pPosition != nullptr) *pPosition = i;
+      return m_searches[i].get();
+    }
+  }
+  return nullptr;
+}
+
+HANDLE CN4FileGroup::OpenFindDepth(HANDLE hFind, int level, long groupID) {
+  if (level < 0 || level >= n4::kGroupFindLevels || !IsOpen()) return nullptr;
+  if (hFind == nullptr) {
+    auto search = std::make_unique<n4::GroupSearch>();
+    search->token = reinterpret_cast<HANDLE>(m_nextToken++);
+    hFind = search->token;
+    m_searches.push_back(std::move(search));
+  }
+  n4::GroupSearch* search = GetPtrToFindRecordSet(hFind, nullptr);
+  if (search == nullptr) return nullptr;
+  n4::FindLevel& depth = search->levels[static_cast<std::size_t>(level)];
+  if (depth.open) return hFind;
+  depth.Close();
+  try {
+    StatementScope members(m_pDatabase->Prepare("SELECT [ID], [Type] FROM [MemberJoin] WHERE [GroupID] = ?"));
+    members->bind(1, AsLong32(groupID));
+    while (members->executeStep()) {
+      depth.rows.push_back({members->getColumn(0).getInt(), members->getColumn(1).getInt()});
+    }
+  } catch (const std::exception& e) {
+    n4::ShowRecordSetError(e.what());
+    depth.Close();
+    return hFind;
+  }
+  depth.open = !depth.rows.empty();  // an empty level is closed at once
+  return hFind;
+}
+
+int CN4FileGroup::GetMemberID(HANDLE hFind, int level, long* pID, long* pType) {
+  n4::GroupSearch* search = GetPtrToFindRecordSet(hFind, nullptr);
+  if (search == nullptr || level < 0 || level >= n4::kGroupFindLevels) return 0;
+  n4::FindLevel& depth = search->levels[static_cast<std::size_t>(level)];
+  if (!depth.open || depth.next >= depth.rows.size()) return 0;
+  const n4::MemberRow& row = depth.rows[depth.next++];
+  if (pID != nullptr) *pID = row.id;
+  if (pType != nullptr) *pType = row.type;
+  return 1;
+}
+
+HANDLE CN4FileGroup::FindMemberOpen(long groupID) {
+  if (!IsOpen()) return nullptr;
+  return OpenFindDepth(nullptr, 0, groupID);
+}
+
+BOOL CN4FileGroup::IsRecursiveInclude(long group, long candidate) {
+  if (group == candidate) return TRUE;
+  HANDLE hFind = FindMemberOpen(candidate);
+  n4::GroupSearch* search = GetPtrToFindRecordSet(hFind, nullptr);
+  if (search == nullptr) return FALSE;
+  // The search stays in the list when the check returns; it goes with the
+  // object, as it always has.
+  for (;;) {
+    const int level = search->level;
+    long id = 0;
+    long type = 0;
+    if (!GetMemberID(hFind, level, &id, &type)) {
+      search->levels[static_cast<std::size_t>(level)].Close();
+      if (level == 0) return FALSE;
+      --search->level;
+      continue;
+    }
+    if (type != n4::kGroupMemberGroup) continue;
+    if (id == group) return TRUE;
+    if (level < n4::kGroupFindLevels - 1) {
+      search->level = level + 1;
+      OpenFindDepth(hFind, level + 1, id);
+    }
+  }
+}
+
+int CN4FileGroup::FindNextMember(HANDLE hFind, tag_N4_GRP_MEMBER_DATA* pMember) {
+  if (pMember == nullptr || !IsOpen()) return 0;
+  long id = 0;
+  long type = 0;
+  while (GetMemberID(hFind, 0, &id, &type)) {
+    tag_N4_GRP_MEMBER_DATA member{};
+    std::string name, machine, address;
+    long rows = 0, columns = 0, colorTech = 0;
+    if (type == n4::kGroupMemberGroup) {
+      if (!GetGroupInfo(id, name, rows, columns, colorTech)) continue;  // a deleted group
+    } else if (type == n4::kGroupMemberSign) {
+      if (!GetSignInfo(id, name, machine, address, rows, columns, colorTech)) continue;  // a deleted sign
+    } else {
+      continue;
+    }
+    CopyText(member.szName, name);
+    CopyText(member.szMachine, machine);
+    CopyText(member.szAddress, address);
+    member.dwType = static_cast<DWORD>(type);
+    member.dwID = static_cast<DWORD>(id);
+    member.dwRows = static_cast<DWORD>(rows);
+    member.dwColumns = static_cast<DWORD>(columns);
+    member.dwColorTech = static_cast<DWORD>(colorTech);
+    *pMember = member;
+    return 1;
+  }
+  return 0;
+}
+
+int CN4FileGroup::FindNextSignMember(HANDLE hFind, tag_N4_GRP_MEMBER_DATA* pMember) {
+  if (pMember == nullptr || !IsOpen()) return 0;
+  n4::GroupSearch* search = GetPtrToFindRecordSet(hFind, nullptr);
+  if (search == nullptr) return 0;
+  for (;;) {
+    const int level = search->level;
+    long id = 0;
+    long type = 0;
+    if (!GetMemberID(hFind, level, &id, &type)) {
+      search->levels[static_cast<std::size_t>(level)].Close();
+      if (level == 0) return 0;
+      --search->level;
+      continue;
+    }
+    if (type == n4::kGroupMemberGroup) {
+      if (level < n4::kGroupFindLevels - 1) {
+        search->level = level + 1;
+        OpenFindDepth(hFind, level + 1, id);
+      }
+      continue;
+    }
+    if (type != n4::kGroupMemberSign) continue;
+    std::string name, machine, address;
+    long rows = 0, columns = 0, colorTech = 0;
+    if (!GetSignInfo(id, name, machine, address, rows, columns, colorTech)) continue;  // a deleted sign
+    tag_N4_GRP_MEMBER_DATA member{};
+    CopyText(member.szName, name);
+    CopyText(member.szMachine, machine);
+    CopyText(member.szAddress, address);
+    member.dwType = static_cast<DWORD>(n4::kGroupMemberSign);
+    member.dwID = static_cast<DWORD>(id);
+    member.dwRows = static_cast<DWORD>(rows);
+    member.dwColumns = static_cast<DWORD>(columns);
+    member.dwColorTech = static_cast<DWORD>(colorTech);
+    *pMember = member;
+    return 1;
+  }
+}
+
+void CN4FileGroup::FindMemberClose(HANDLE hFind) {
+  std::size_t position = 0;
+  if (GetPtrToFindRecordSet(hFind, &position) == nullptr) return;
+  m_searches.erase(m_searches.begin() + static_cast<std::ptrdiff_t>(position));
+}
