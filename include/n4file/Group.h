@@ -27,6 +27,7 @@ namespace n4 {
 class GroupConnection;
 struct GroupIdSet;
 struct GroupSearch;
+struct MemberRow;
 
 // Member types in "[MemberJoin]".
 constexpr long kGroupMemberSign = 1;
@@ -136,6 +137,11 @@ class N4FILE_API CN4FileGroup {
   BOOL IsRecursiveInclude(long group, long candidate);
 
  private:
+  // OpenFindDepth; with bWithSigns each sign row also brings the sign's values.
+  HANDLE OpenFindLevel(HANDLE hFind, int level, long groupID, bool bWithSigns);
+  // The current row of `level`, then moves on; null when exhausted or closed.
+  const n4::MemberRow* NextMemberRow(HANDLE hFind, int level);
+
   BOOL m_bReadOnly = FALSE;
   BOOL m_bExclusive = FALSE;
   std::unique_ptr<n4::GroupConnection> m_pDatabase;

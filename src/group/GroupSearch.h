@@ -7,6 +7,7 @@
 
 #include <array>
 #include <cstddef>
+#include <string>
 #include <vector>
 
 #include "n4file/Group.h"
@@ -19,15 +20,29 @@ struct GroupIdSet {
   std::size_t next = 0;
 };
 
+// A sign member carries the sign's values when the walk asked for them
+// (read with the member rows, one query per group instead of one per sign).
+struct SignValues {
+  std::string name;
+  std::string machine;
+  std::string address;
+  long rows = 0;
+  long columns = 0;
+  long colorTech = 0;
+};
+
 struct MemberRow {
   long id = 0;
   long type = 0;
+  bool hasSign = false;  // the sign exists and `sign` holds its values
+  SignValues sign;
 };
 
 struct FindLevel {
   bool open = false;
   std::vector<MemberRow> rows;
   std::size_t next = 0;
+  bool withSigns = false;  // rows carry the values of their signs
 
   void Close() {
     open = false;

@@ -21,6 +21,8 @@ void CopyText(char (&field)[N], const std::string& text) {
   field[n] = '\0';
 }
 
+std::string ColumnText(const SQLite::Column& column) { return column.isNull() ? std::string() : column.getString(); }
+
 }  // namespace
 
 long CN4FileGroup::GetFirstGroupID() {
@@ -58,6 +60,10 @@ n4::GroupSearch* CN4FileGroup::GetPtrToFindRecordSet(HANDLE hFind, std::size_t* 
 }
 
 HANDLE CN4FileGroup::OpenFindDepth(HANDLE hFind, int level, long groupID) {
+  return OpenFindLevel(hFind, level, groupID, true);
+}
+
+HANDLE CN4FileGroup::OpenFindLevel(HANDLE hFind, int level, long groupID, bool bWithSigns) {
   if (level < 0 || level >= n4::kGroupFindLevels || !IsOpen()) return nullptr;
   if (hFind == nullptr) {
     auto search = std::make_unique<n4::GroupSearch>();
@@ -70,11 +76,30 @@ HANDLE CN4FileGroup::OpenFindDepth(HANDLE hFind, int level, long groupID) {
   n4::FindLevel& depth = search->levels[static_cast<std::size_t>(level)];
   if (depth.open) return hFind;
   depth.Close();
+  depth.withSigns = bWithSigns;
+  // The member rows are "SELECT [ID], [Type] FROM [MemberJoin] WHERE
+  // [GroupID] = ?"; a walk to the signs reads each sign's values with them.
+  static const char kMembers[] = "SELECT [ID], [Type] FROM [MemberJoin] WHERE [GroupID] = ?";
+  static const char kMembersWithSigns[] =
+      "SELECT m.[ID], m.[Type], s.[SignID], s.[Name], s.[Machine], s.[Address], s.[Rows], s.[Columns], "
+      "s.[ColorTech] FROM [MemberJoin] AS m LEFT JOIN [Sign] AS s ON m.[Type] = 1 AND s.[SignID] = m.[ID] "
+      "WHERE m.[GroupID] = ?";
   try {
-    StatementScope members(m_pDatabase->Prepare("SELECT [ID], [Type] FROM [MemberJoin] WHERE [GroupID] = ?"));
+    StatementScope members(m_pDatabase->Prepare(bWithSigns ? kMembersWithSigns : kMembers));
     members->bind(1, AsLong32(groupID));
     while (members->executeStep()) {
-      depth.rows.push_back({members->getColumn(0).getInt(), members->getColumn(1).getInt()});
+      n4::MemberRow& row = depth.rows.emplace_back();
+      row.id = members->getColumn(0).getInt();
+      row.type = members->getColumn(1).getInt();
+      if (bWithSigns && !members->isColumnNull(2)) {
+        row.hasSign = true;
+        row.sign.name = ColumnText(members->getColumn(3));
+        row.sign.machine = ColumnText(members->getColumn(4));
+        row.sign.address = ColumnText(members->getColumn(5));
+        row.sign.rows = members->getColumn(6).getInt();
+        row.sign.columns = members->getColumn(7).getInt();
+        row.sign.colorTech = members->getColumn(8).getInt();
+      }
     }
   } catch (const std::exception& e) {
     n4::ShowRecordSetError(e.what());
@@ -85,14 +110,19 @@ HANDLE CN4FileGroup::OpenFindDepth(HANDLE hFind, int level, long groupID) {
   return hFind;
 }
 
-int CN4FileGroup::GetMemberID(HANDLE hFind, int level, long* pID, long* pType) {
+const n4::MemberRow* CN4FileGroup::NextMemberRow(HANDLE hFind, int level) {
   n4::GroupSearch* search = GetPtrToFindRecordSet(hFind, nullptr);
-  if (search == nullptr || level < 0 || level >= n4::kGroupFindLevels) return 0;
+  if (search == nullptr || level < 0 || level >= n4::kGroupFindLevels) return nullptr;
   n4::FindLevel& depth = search->levels[static_cast<std::size_t>(level)];
-  if (!depth.open || depth.next >= depth.rows.size()) return 0;
-  const n4::MemberRow& row = depth.rows[depth.next++];
-  if (pID != nullptr) *pID = row.id;
-  if (pType != nullptr) *pType = row.type;
+  if (!depth.open || depth.next >= depth.rows.size()) return nullptr;
+  return &depth.rows[depth.next++];
+}
+
+int CN4FileGroup::GetMemberID(HANDLE hFind, int level, long* pID, long* pType) {
+  const n4::MemberRow* row = NextMemberRow(hFind, level);
+  if (row == nullptr) return 0;
+  if (pID != nullptr) *pID = row->id;
+  if (pType != nullptr) *pType = row->type;
   return 1;
 }
 
@@ -103,7 +133,8 @@ HANDLE CN4FileGroup::FindMemberOpen(long groupID) {
 
 BOOL CN4FileGroup::IsRecursiveInclude(long group, long candidate) {
   if (group == candidate) return TRUE;
-  HANDLE hFind = FindMemberOpen(candidate);
+  // The check needs only the member rows, not the signs' values.
+  HANDLE hFind = IsOpen() ? OpenFindLevel(nullptr, 0, candidate, false) : nullptr;
   n4::GroupSearch* search = GetPtrToFindRecordSet(hFind, nullptr);
   if (search == nullptr) return FALSE;
   // The search stays in the list when the check returns; it goes with the
@@ -122,35 +153,40 @@ BOOL CN4FileGroup::IsRecursiveInclude(long group, long candidate) {
     if (id == group) return TRUE;
     if (level < n4::kGroupFindLevels - 1) {
       search->level = level + 1;
-      OpenFindDepth(hFind, level + 1, id);
+      OpenFindLevel(hFind, level + 1, id, false);
     }
   }
 }
 
+namespace {
+
+tag_N4_GRP_MEMBER_DATA SignMember(long id, const n4::SignValues& sign) {
+  tag_N4_GRP_MEMBER_DATA member{};
+  CopyText(member.szName, sign.name);
+  CopyText(member.szMachine, sign.machine);
+  CopyText(member.szAddress, sign.address);
+  member.dwType = static_cast<DWORD>(n4::kGroupMemberSign);
+  member.dwID = static_cast<DWORD>(id);
+  member.dwRows = static_cast<DWORD>(sign.rows);
+  member.dwColumns = static_cast<DWORD>(sign.columns);
+  member.dwColorTech = static_cast<DWORD>(sign.colorTech);
+  return member;
+}
+
+}  // namespace
+
 int CN4FileGroup::FindNextMember(HANDLE hFind, tag_N4_GRP_MEMBER_DATA* pMember) {
   if (pMember == nullptr || !IsOpen()) return 0;
-  long id = 0;
-  long type = 0;
-  while (GetMemberID(hFind, 0, &id, &type)) {
-    tag_N4_GRP_MEMBER_DATA member{};
-    std::string name, machine, address;
-    long rows = 0, columns = 0, colorTech = 0;
-    if (type == n4::kGroupMemberGroup) {
-      if (!GetGroupInfo(id, name, rows, columns, colorTech)) continue;  // a deleted group
-    } else if (type == n4::kGroupMemberSign) {
-      if (!GetSignInfo(id, name, machine, address, rows, columns, colorTech)) continue;  // a deleted sign
-    } else {
-      continue;
+  while (const n4::MemberRow* row = NextMemberRow(hFind, 0)) {
+    if (row->type == n4::kGroupMemberSign && row->hasSign) {
+      *pMember = SignMember(row->id, row->sign);
+      return 1;
     }
-    CopyText(member.szName, name);
-    CopyText(member.szMachine, machine);
-    CopyText(member.szAddress, address);
-    member.dwType = static_cast<DWORD>(type);
-    member.dwID = static_cast<DWORD>(id);
-    member.dwRows = static_cast<DWORD>(rows);
-    member.dwColumns = static_cast<DWORD>(columns);
-    member.dwColorTech = static_cast<DWORD>(colorTech);
-    *pMember = member;
+    if (row->type != n4::kGroupMemberGroup) continue;  // a deleted sign, or no known type
+    n4::SignValues values;  // a group has no machine and no address
+    if (!GetGroupInfo(row->id, values.name, values.rows, values.columns, values.colorTech)) continue;
+    *pMember = SignMember(row->id, values);
+    pMember->dwType = static_cast<DWORD>(n4::kGroupMemberGroup);
     return 1;
   }
   return 0;
@@ -162,36 +198,24 @@ int CN4FileGroup::FindNextSignMember(HANDLE hFind, tag_N4_GRP_MEMBER_DATA* pMemb
   if (search == nullptr) return 0;
   for (;;) {
     const int level = search->level;
-    long id = 0;
-    long type = 0;
-    if (!GetMemberID(hFind, level, &id, &type)) {
+    const n4::MemberRow* row = NextMemberRow(hFind, level);
+    if (row == nullptr) {
       search->levels[static_cast<std::size_t>(level)].Close();
       if (level == 0) return 0;
       --search->level;
       continue;
     }
-    if (type == n4::kGroupMemberGroup) {
+    if (row->type == n4::kGroupMemberGroup) {
       if (level < n4::kGroupFindLevels - 1) {
         search->level = level + 1;
-        OpenFindDepth(hFind, level + 1, id);
+        OpenFindDepth(hFind, level + 1, row->id);
       }
       continue;
     }
-    if (type != n4::kGroupMemberSign) continue;
-    std::string name, machine, address;
-    long rows = 0, columns = 0, colorTech = 0;
-    if (!GetSignInfo(id, name, machine, address, rows, columns, colorTech)) continue;  // a deleted sign
-    tag_N4_GRP_MEMBER_DATA member{};
-    CopyText(member.szName, name);
-    CopyText(member.szMachine, machine);
-    CopyText(member.szAddress, address);
-    member.dwType = static_cast<DWORD>(n4::kGroupMemberSign);
-    member.dwID = static_cast<DWORD>(id);
-    member.dwRows = static_cast<DWORD>(rows);
-    member.dwColumns = static_cast<DWORD>(columns);
-    member.dwColorTech = static_cast<DWORD>(colorTech);
-    *pMember = member;
-    return 1;
+    if (row->type == n4::kGroupMemberSign && row->hasSign) {
+      *pMember = SignMember(row->id, row->sign);
+      return 1;
+    }
   }
 }
 
