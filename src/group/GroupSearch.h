@@ -7,6 +7,8 @@
 
 #include <array>
 #include <cstddef>
+#include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -38,15 +40,16 @@ struct MemberRow {
   SignValues sign;
 };
 
+using MemberRows = std::shared_ptr<const std::vector<MemberRow>>;
+
 struct FindLevel {
   bool open = false;
-  std::vector<MemberRow> rows;
+  MemberRows rows;
   std::size_t next = 0;
-  bool withSigns = false;  // rows carry the values of their signs
 
   void Close() {
     open = false;
-    rows.clear();
+    rows.reset();
     next = 0;
   }
 };
@@ -55,6 +58,9 @@ struct GroupSearch {
   HANDLE token = nullptr;
   std::array<FindLevel, kGroupFindLevels> levels;
   int level = 0;
+  // A walk's groups, read together when it starts, so that the walk sees one
+  // state of the tree and pays for one read instead of one per group.
+  std::map<long, MemberRows> tree;
 };
 
 }  // namespace n4

@@ -63,6 +63,66 @@ HANDLE CN4FileGroup::OpenFindDepth(HANDLE hFind, int level, long groupID) {
   return OpenFindLevel(hFind, level, groupID, true);
 }
 
+namespace {
+
+// The member rows of a group; with signs, each sign row brings the sign's
+// values too. Throws on a database error.
+n4::MemberRows ReadMembers(n4::GroupConnection& db, long groupID, bool withSigns) {
+  // The member rows are "SELECT [ID], [Type] FROM [MemberJoin] WHERE
+  // [GroupID] = ?"; a walk to the signs reads each sign's values with them.
+  static const char kMembers[] = "SELECT [ID], [Type] FROM [MemberJoin] WHERE [GroupID] = ?";
+  static const char kMembersWithSigns[] =
+      "SELECT m.[ID], m.[Type], s.[SignID], s.[Name], s.[Machine], s.[Address], s.[Rows], s.[Columns], "
+      "s.[ColorTech] FROM [MemberJoin] AS m LEFT JOIN [Sign] AS s ON m.[Type] = 1 AND s.[SignID] = m.[ID] "
+      "WHERE m.[GroupID] = ?";
+  auto rows = std::make_shared<std::vector<n4::MemberRow>>();
+  StatementScope members(db.Prepare(withSigns ? kMembersWithSigns : kMembers));
+  members->bind(1, AsLong32(groupID));
+  while (members->executeStep()) {
+    n4::MemberRow& row = rows->emplace_back();
+    row.id = members->getColumn(0).getInt();
+    row.type = members->getColumn(1).getInt();
+    if (withSigns && !members->isColumnNull(2)) {
+      row.hasSign = true;
+      row.sign.name = ColumnText(members->getColumn(3));
+      row.sign.machine = ColumnText(members->getColumn(4));
+      row.sign.address = ColumnText(members->getColumn(5));
+      row.sign.rows = members->getColumn(6).getInt();
+      row.sign.columns = members->getColumn(7).getInt();
+      row.sign.colorTech = members->getColumn(8).getInt();
+    }
+  }
+  return rows;
+}
+
+// Every group a walk from `top` can open (levels 0 to 9), in one read
+// transaction. Each group is read once, however often it is reached.
+void ReadTree(n4::GroupConnection& db, long top, std::map<long, n4::MemberRows>& tree) {
+  db.Db().exec("BEGIN");
+  try {
+    // Breadth first: a group is first met at its smallest depth.
+    std::vector<long> level{top};
+    for (int depth = 0; depth < n4::kGroupFindLevels && !level.empty(); ++depth) {
+      std::vector<long> next;
+      for (long group : level) {
+        if (tree.count(group) != 0) continue;
+        n4::MemberRows rows = ReadMembers(db, group, true);
+        tree.emplace(group, rows);
+        for (const n4::MemberRow& row : *rows) {
+          if (row.type == n4::kGroupMemberGroup) next.push_back(row.id);
+        }
+      }
+      level = std::move(next);
+    }
+  } catch (...) {
+    db.Db().tryExec("ROLLBACK");
+    throw;
+  }
+  db.Db().exec("COMMIT");
+}
+
+}  // namespace
+
 HANDLE CN4FileGroup::OpenFindLevel(HANDLE hFind, int level, long groupID, bool bWithSigns) {
   if (level < 0 || level >= n4::kGroupFindLevels || !IsOpen()) return nullptr;
   if (hFind == nullptr) {
@@ -76,37 +136,19 @@ HANDLE CN4FileGroup::OpenFindLevel(HANDLE hFind, int level, long groupID, bool b
   n4::FindLevel& depth = search->levels[static_cast<std::size_t>(level)];
   if (depth.open) return hFind;
   depth.Close();
-  depth.withSigns = bWithSigns;
-  // The member rows are "SELECT [ID], [Type] FROM [MemberJoin] WHERE
-  // [GroupID] = ?"; a walk to the signs reads each sign's values with them.
-  static const char kMembers[] = "SELECT [ID], [Type] FROM [MemberJoin] WHERE [GroupID] = ?";
-  static const char kMembersWithSigns[] =
-      "SELECT m.[ID], m.[Type], s.[SignID], s.[Name], s.[Machine], s.[Address], s.[Rows], s.[Columns], "
-      "s.[ColorTech] FROM [MemberJoin] AS m LEFT JOIN [Sign] AS s ON m.[Type] = 1 AND s.[SignID] = m.[ID] "
-      "WHERE m.[GroupID] = ?";
-  try {
-    StatementScope members(m_pDatabase->Prepare(bWithSigns ? kMembersWithSigns : kMembers));
-    members->bind(1, AsLong32(groupID));
-    while (members->executeStep()) {
-      n4::MemberRow& row = depth.rows.emplace_back();
-      row.id = members->getColumn(0).getInt();
-      row.type = members->getColumn(1).getInt();
-      if (bWithSigns && !members->isColumnNull(2)) {
-        row.hasSign = true;
-        row.sign.name = ColumnText(members->getColumn(3));
-        row.sign.machine = ColumnText(members->getColumn(4));
-        row.sign.address = ColumnText(members->getColumn(5));
-        row.sign.rows = members->getColumn(6).getInt();
-        row.sign.columns = members->getColumn(7).getInt();
-        row.sign.colorTech = members->getColumn(8).getInt();
-      }
+  auto known = search->tree.find(groupID);
+  if (bWithSigns && known != search->tree.end()) {
+    depth.rows = known->second;
+  } else {
+    try {
+      depth.rows = ReadMembers(*m_pDatabase, groupID, bWithSigns);
+    } catch (const std::exception& e) {
+      n4::ShowRecordSetError(e.what());
+      depth.Close();
+      return hFind;
     }
-  } catch (const std::exception& e) {
-    n4::ShowRecordSetError(e.what());
-    depth.Close();
-    return hFind;
   }
-  depth.open = !depth.rows.empty();  // an empty level is closed at once
+  depth.open = !depth.rows->empty();  // an empty level is closed at once
   return hFind;
 }
 
@@ -114,8 +156,8 @@ const n4::MemberRow* CN4FileGroup::NextMemberRow(HANDLE hFind, int level) {
   n4::GroupSearch* search = GetPtrToFindRecordSet(hFind, nullptr);
   if (search == nullptr || level < 0 || level >= n4::kGroupFindLevels) return nullptr;
   n4::FindLevel& depth = search->levels[static_cast<std::size_t>(level)];
-  if (!depth.open || depth.next >= depth.rows.size()) return nullptr;
-  return &depth.rows[depth.next++];
+  if (!depth.open || depth.next >= depth.rows->size()) return nullptr;
+  return &(*depth.rows)[depth.next++];
 }
 
 int CN4FileGroup::GetMemberID(HANDLE hFind, int level, long* pID, long* pType) {
@@ -128,7 +170,17 @@ int CN4FileGroup::GetMemberID(HANDLE hFind, int level, long* pID, long* pType) {
 
 HANDLE CN4FileGroup::FindMemberOpen(long groupID) {
   if (!IsOpen()) return nullptr;
-  return OpenFindDepth(nullptr, 0, groupID);
+  auto search = std::make_unique<n4::GroupSearch>();
+  search->token = reinterpret_cast<HANDLE>(m_nextToken++);
+  try {
+    ReadTree(*m_pDatabase, groupID, search->tree);
+  } catch (const std::exception&) {
+    // Each level is then read when the walk opens it.
+    search->tree.clear();
+  }
+  HANDLE hFind = search->token;
+  m_searches.push_back(std::move(search));
+  return OpenFindDepth(hFind, 0, groupID);
 }
 
 BOOL CN4FileGroup::IsRecursiveInclude(long group, long candidate) {
