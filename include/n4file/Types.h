@@ -24,6 +24,12 @@ using DWORD = std::uint32_t;
 using UINT = std::uint32_t;
 using LONG = std::int32_t;
 using BOOL = int;
+#ifndef FALSE
+#define FALSE 0
+#endif
+#ifndef TRUE
+#define TRUE 1
+#endif
 using FOURCC = DWORD;
 
 // Opaque handles. Their values mean something only to the layer that made them.
@@ -54,6 +60,18 @@ using HIC = HIC__*;
 #define KEY_ALL_ACCESS 0xF003Fu
 
 #define MAX_PATH 260
+
+// Message box styles, as on Windows.
+#define MB_OK 0x00000000u
+#define MB_OKCANCEL 0x00000001u
+#define MB_YESNO 0x00000004u
+#define MB_ICONHAND 0x00000010u
+#define MB_ICONERROR MB_ICONHAND
+#define MB_ICONQUESTION 0x00000020u
+#define MB_ICONEXCLAMATION 0x00000030u
+#define MB_ICONWARNING MB_ICONEXCLAMATION
+#define MB_ICONASTERISK 0x00000040u
+#define MB_ICONINFORMATION MB_ICONASTERISK
 
 #pragma pack(push, 1)
 struct RGBTRIPLE {
@@ -224,3 +242,6 @@ constexpr DWORD MakeFourCC(const char (&s)[5]) {
 }
 
 }  // namespace n4
+
+// After the Windows names: the message sink uses UINT.
+#include "n4file/Message.h"
