@@ -28,6 +28,9 @@ enum class FileShare { None, Read, ReadWrite };
 
 enum class FileDisposition { OpenExisting, CreateAlways };
 
+class RandomAccessFile;  // platform/RandomAccessFile.h
+enum class RandomAccessMode;
+
 // A mapped view of a file. Unmapped when destroyed.
 class MappedView {
  public:
@@ -106,6 +109,10 @@ class Env {
   virtual std::unique_ptr<FileHandle> OpenFile(const std::string& path, FileAccess access,
                                                FileShare share, FileDisposition disposition,
                                                SysError* err) = 0;
+  // A file read and written at a position (platform/RandomAccessFile.h). The
+  // platform's own implementation unless a wrapper replaces it.
+  virtual std::unique_ptr<RandomAccessFile> OpenRandomAccessFile(const std::string& path, RandomAccessMode mode,
+                                                                 FileShare share, SysError* err);
 
   virtual bool GetTempDirectory(std::string* dir, SysError* err) = 0;
   // Creates a new empty file named prefix + unique text in dir, exclusively.
@@ -162,6 +169,8 @@ class EnvWrapper : public Env {
                                        FileDisposition disposition, SysError* err) override {
     return target_->OpenFile(path, access, share, disposition, err);
   }
+  std::unique_ptr<RandomAccessFile> OpenRandomAccessFile(const std::string& path, RandomAccessMode mode,
+                                                         FileShare share, SysError* err) override;
   bool GetTempDirectory(std::string* dir, SysError* err) override {
     return target_->GetTempDirectory(dir, err);
   }

@@ -28,6 +28,7 @@ enum SysErrorCode : DWORD {
   kErrBrokenPipe = 109,
   kErrDiskFull = 112,
   kErrInvalidName = 123,
+  kErrNegativeSeek = 131,
   kErrDirNotEmpty = 145,
   kErrBusy = 170,
   kErrAlreadyExists = 183,
