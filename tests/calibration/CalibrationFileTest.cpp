@@ -71,7 +71,7 @@ TEST(CalibrationFile, WritesHeadersAndDataWithThePatchedFileHeader) {
   EXPECT_EQ(At<LONG>(bytes, 38), 77);
   BITMAPFILEHEADER fh{};
   f.GetFileHeader(&fh);
-  EXPECT_EQ(fh.bfSize, 654u);  // the header read back and patched
+  EXPECT_EQ(DWORD{fh.bfSize}, 654u);  // the header read back and patched
 }
 
 TEST(CalibrationFile, ReadsLenientlyWhatItsHeadersDescribe) {
@@ -348,19 +348,19 @@ TEST(CalibrationBuffer, AccessorsAndSetters) {
   BITMAPFILEHEADER fh{0x1111, 99, 5, 6, 77};
   f.SetFileHeader(&fh);
   f.GetFileHeader(&fh);
-  EXPECT_EQ(fh.bfType, 0x4D42);
-  EXPECT_EQ(fh.bfSize, 99u);
+  EXPECT_EQ(WORD{fh.bfType}, 0x4D42);
+  EXPECT_EQ(DWORD{fh.bfSize}, 99u);
   EXPECT_EQ(fh.bfReserved1 + fh.bfReserved2, 0);
-  EXPECT_EQ(fh.bfOffBits, 77u);
+  EXPECT_EQ(DWORD{fh.bfOffBits}, 77u);
   BITMAPINFOHEADER ih{};
   ih.biSize = 12;
   ih.biBitCount = 8;
   ih.biPlanes = 3;
   f.SetInfoHeader(&ih);
   f.GetInfoHeader(&ih);
-  EXPECT_EQ(ih.biSize, 40u);
-  EXPECT_EQ(ih.biBitCount, 24);
-  EXPECT_EQ(ih.biPlanes, 3);
+  EXPECT_EQ(DWORD{ih.biSize}, 40u);
+  EXPECT_EQ(WORD{ih.biBitCount}, 24);
+  EXPECT_EQ(WORD{ih.biPlanes}, 3);
   f.SetFileHeader(nullptr);
   f.GetInfoHeader(nullptr);
 }
