@@ -38,6 +38,7 @@ bool AreaWalkable(const CRect& n, unsigned long dataSize) {
 // Calls visit(point) for each pixel of a normalised area, rows top to bottom.
 template <typename Visit>
 void ForEachPixel(const CRect& n, Visit visit) {
+  if (n.right <= n.left) return;  // no pixels, however many empty rows
   for (std::int64_t y = n.top; y < n.bottom; ++y) {
     for (std::int64_t x = n.left; x < n.right; ++x) {
       CPoint pt(static_cast<LONG>(x), static_cast<LONG>(y));
@@ -284,6 +285,7 @@ bool CountCovers(const CRect& area, unsigned long count) {
 
 int CN4FileCalibrationEx::SetAreaData(CRect* area, RGBTRIPLE* values, unsigned long count) {
   if (area == nullptr || values == nullptr || !CountCovers(*area, count)) return 0;
+  if (area->right <= area->left) return 0;
   int result = 0;
   // Only a rectangle with right > left and bottom > top is walked, and then
   // at most width * height <= count values are taken.
@@ -300,6 +302,7 @@ int CN4FileCalibrationEx::SetAreaData(CRect* area, RGBTRIPLE* values, unsigned l
 
 unsigned long CN4FileCalibrationEx::GetAreaData(CRect* area, RGBTRIPLE* values, unsigned long count) {
   if (area == nullptr || values == nullptr || !CountCovers(*area, count)) return 0;
+  if (area->right <= area->left) return 0;
   unsigned long copied = 0;
   for (std::int64_t y = area->top; y < area->bottom; ++y) {
     for (std::int64_t x = area->left; x < area->right; ++x) {

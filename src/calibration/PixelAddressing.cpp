@@ -68,6 +68,8 @@ int CN4FileCalibration::SetModuleData(CRect* area, unsigned char* src, unsigned 
   if (src == nullptr || srcSize == 0) return *need;
   // Compared as numbers: an inverted area needs zero or less and copies nothing.
   if (*need > 0 && srcSize < static_cast<unsigned long>(*need)) return kModuleFailed;
+  // An area without pixels copies nothing, however many empty rows it spans.
+  if (area->right <= area->left || area->bottom <= area->top) return *need;
   // The packed copy reads 3 * w * h bytes, never more than the padded need.
   for (std::int64_t y = area->top; y < area->bottom; ++y) {
     for (std::int64_t x = area->left; x < area->right; ++x) {
@@ -86,6 +88,7 @@ int CN4FileCalibration::GetModuleData(CRect* area, unsigned char* dest, unsigned
   if (!need) return kModuleFailed;
   if (dest == nullptr || destSize == 0) return *need;
   if (*need > 0 && destSize < static_cast<unsigned long>(*need)) return kModuleFailed;
+  if (area->right <= area->left || area->bottom <= area->top) return *need;
   for (std::int64_t y = area->top; y < area->bottom; ++y) {
     for (std::int64_t x = area->left; x < area->right; ++x) {
       CPoint pt(static_cast<LONG>(x), static_cast<LONG>(y));

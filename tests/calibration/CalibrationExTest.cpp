@@ -176,6 +176,7 @@ TEST(CalibrationExAreas, HostileRectanglesStayInsideAndEndQuickly) {
       {INT_MIN, INT_MIN, INT_MAX, INT_MAX}, {INT_MAX, INT_MAX, INT_MIN, INT_MIN},
       {-20, -20, 20, 20},                   {0, 0, INT_MAX, 1},
       {INT_MIN, 0, INT_MIN + 3, 2},         {-3, -2, 3, 2},
+      {0, INT_MIN, 0, INT_MAX},             {0, INT_MIN, 1, INT_MAX},
   };
   for (const CRect& c : cases) {
     SCOPED_TRACE(testing::Message() << c.left << "," << c.top << "," << c.right << "," << c.bottom);
@@ -224,20 +225,24 @@ TEST(CalibrationExAreaData, CountSkippingAndMirror) {
   EXPECT_EQ(f.GetAreaData(&area, back.data(), 3), 0ul);
   EXPECT_EQ(f.SetAreaData(nullptr, values.data(), 4), 0);
 
-  // A row that runs off the buffer is cut short and its values stay unused:
-  // row 0 takes 1 and 2 (its third pixel is refused); row 1 fails at once.
-  CN4FileCalibrationEx narrow(2, 2);
-  narrow.InitializeDataBuffer(static_cast<char>(0), 9ul);  // pixels 0..2 only
-  CRect wide(1, 0, 4, 2);  // offsets 1, 2, 3 then 3, 4, 5 in pixels
-  std::vector<RGBTRIPLE> six = {Triple(1, 0, 0), Triple(2, 0, 0), Triple(3, 0, 0),
-                                Triple(4, 0, 0), Triple(5, 0, 0), Triple(6, 0, 0)};
-  EXPECT_EQ(narrow.SetAreaData(&wide, six.data(), 6), 0);
+  // A row that runs off the buffer is cut short and its remaining values
+  // stay unused for the next row. One column, three pixels: row 0 reaches
+  // pixels 0, 1, 2 then fails; row 1 reaches 1, 2 then fails.
+  CN4FileCalibrationEx narrow(3, 1);
+  Zero(narrow);
+  CRect wide(0, 0, 4, 2);
+  std::vector<RGBTRIPLE> eight;
+  for (int i = 1; i <= 8; ++i) eight.push_back(Triple(i, 0, 0));
+  EXPECT_EQ(narrow.SetAreaData(&wide, eight.data(), 8), 0);
   data = narrow.GetPtrToFileData(&size);
-  EXPECT_EQ(data[3], 1);
-  EXPECT_EQ(data[6], 2);
-  std::vector<RGBTRIPLE> got(6, Triple(9, 9, 9));
-  EXPECT_EQ(narrow.GetAreaData(&wide, got.data(), 6), 2ul);
-  EXPECT_EQ(Blue(got[2]), 9);
+  EXPECT_EQ(data[0], 1);
+  EXPECT_EQ(data[3], 4);  // row 1 starts with the fourth value, not the fifth
+  EXPECT_EQ(data[6], 5);
+  std::vector<RGBTRIPLE> got(8, Triple(9, 9, 9));
+  EXPECT_EQ(narrow.GetAreaData(&wide, got.data(), 8), 5ul);
+  EXPECT_EQ(Blue(got[3]), 4);
+  EXPECT_EQ(Blue(got[4]), 5);
+  EXPECT_EQ(Blue(got[5]), 9);
 
   // Inverted rectangles: a negative product is never covered.
   CRect inverted(3, 0, 1, 2);

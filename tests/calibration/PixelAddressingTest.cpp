@@ -124,6 +124,9 @@ TEST(CalibrationModule, HostileRectanglesNeverLeaveTheBuffers) {
       {{INT_MIN, INT_MIN, INT_MAX, INT_MAX}, -1},  // need beyond int
       {{0, 0, INT_MAX, 1}, -1},
       {{INT_MAX - 1, 0, INT_MAX, 1}, -1},
+      {{0, INT_MIN, 0, INT_MAX}, 0},             // no pixels in four billion rows
+      {{2, INT_MIN, 1, INT_MAX}, 0},
+      {{0, INT_MIN, 1, INT_MAX}, -1},
       {{0, 0, 5, 3}, 48},
   };
   for (const auto& c : cases) {
