@@ -19,7 +19,7 @@ namespace {
 
 // Faces larger than this are read but not walked or written: a header may
 // claim a face of two gigabytes that the buffer only holds as zero pages.
-constexpr unsigned long kWalkLimit = 1 << 20;
+constexpr unsigned long kWalkLimit = 1 << 16;
 
 std::string ScratchDir() {
   static const std::string dir = [] {

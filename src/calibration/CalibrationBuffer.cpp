@@ -1,5 +1,6 @@
 // CN4FileCalibration as an in-memory image: headers, pixel buffer, accessors.
 #include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
@@ -19,7 +20,7 @@ using Buffer = std::unique_ptr<unsigned char[], n4::CalibrationBufferDeleter>;
 // claims a large face costs memory only for the bytes actually read. Null
 // when the size does not fit the 32-bit data size or cannot be allocated.
 Buffer AllocateZeroed(unsigned long size) {
-  if (size > std::numeric_limits<DWORD>::max()) return nullptr;
+  if (std::uint64_t{size} > std::numeric_limits<DWORD>::max()) return nullptr;
   // One byte at least, so an empty buffer is still a buffer.
   return Buffer(static_cast<unsigned char*>(std::calloc(std::max<unsigned long>(size, 1), 1)));
 }
