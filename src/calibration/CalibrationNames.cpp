@@ -123,7 +123,11 @@ void BuildName(char* out, const char* name, int face, const char* language, cons
   char revision[32];
   std::snprintf(revision, sizeof revision, "R%02lld", HighestRevision(base) + 1);
   std::string result = base;
-  if (extra != nullptr && *extra != '\0') result += "E" + SafeField(extra) + ".";
+  if (extra != nullptr && *extra != '\0') {
+    result += 'E';
+    result += SafeField(extra);
+    result += '.';
+  }
   result += revision;
   result += ".";
   result += kExtension;
