@@ -1,0 +1,146 @@
+// Dated names of new calibration files: month names from the registry, face
+// labels, revision numbering, the extra text, and concurrent callers.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "CalibrationTestSupport.h"
+#include "n4file/Calibration.h"
+
+namespace {
+
+using n4test::FixedDate;
+using n4test::ProductKey;
+
+class CalibrationNamesTest : public ::testing::Test {
+ protected:
+  CalibrationNamesTest() : env_(registry_.path()), scoped_(&env_) {}
+
+  // A registry whose data directory is data_ and, unless told otherwise, an
+  // English "Date Names" key with March as "Mar".
+  void SetUpRegistry(bool withDateNames = true) {
+    std::string body = ProductKey("File Locations") + "\"DataPath\"=\"" + data_.path() + "/\"\r\n\r\n";
+    if (withDateNames) body += ProductKey("English\\Date Names") + "\"Month_Abbr3\"=\"Mar\"\r\n";
+    body += ProductKey("Deutsch\\Date Names") + "\"Month_Abbr3\"=\"Mrz\"\r\n";
+    n4test::WriteFile(registry_.File("HKEY_LOCAL_MACHINE.reg"), n4test::MachineRegistry(body));
+  }
+
+  std::string NewName(const char* name, int face, const char* language = nullptr) {
+    char out[MAX_PATH] = "unchanged";
+    CN4FileCalibration::CreateNewFileName(out, name, face, language);
+    return out;
+  }
+
+  void Touch(const std::string& name) { n4test::WriteFile(data_.File(name), ""); }
+
+  n4test::TempDir registry_;
+  n4test::TempDir data_;
+  n4test::CalibrationRegistryEnv env_;
+  n4::ScopedEnv scoped_;
+};
+
+TEST_F(CalibrationNamesTest, DateTextAndFaceLabels) {
+  SetUpRegistry();
+  FixedDate date(15, 3, 2001);
+  struct Case {
+    int face;
+    const char* language;
+    const char* expected;
+  } cases[] = {
+      {1, nullptr, "MAIN.15Mar01.FA.R01.CA4"},   {2, "English", "MAIN.15Mar01.FB.R01.CA4"},
+      {8, nullptr, "MAIN.15Mar01.FH.R01.CA4"},   {9, nullptr, "MAIN.15Mar01.F9.R01.CA4"},
+      {0, nullptr, "MAIN.15Mar01.F0.R01.CA4"},   {-1, nullptr, "MAIN.15Mar01.F-1.R01.CA4"},
+      {2, "Deutsch", "MAIN.15Mrz01.FB.R01.CA4"},
+      // A language without the key: the month number in the middle field.
+      {2, "Svenska", "MAIN.15_03_01.FB.R01.CA4"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(testing::Message() << c.face << " " << (c.language ? c.language : "(null)"));
+    EXPECT_EQ(NewName("MAIN", c.face, c.language), c.expected);
+  }
+  FixedDate otherDay(5, 12, 1999);
+  SetUpRegistry(false);
+  EXPECT_EQ(NewName("MAIN", 1), "MAIN.05_12_99.FA.R01.CA4");
+}
+
+TEST_F(CalibrationNamesTest, RevisionIsOneMoreThanTheHighestOfThatNameDateAndFace) {
+  SetUpRegistry();
+  FixedDate date(15, 3, 2001);
+  Touch("MAIN.15Mar01.FB.R02.CA4");
+  EXPECT_EQ(NewName("MAIN", 2), "MAIN.15Mar01.FB.R03.CA4");
+  Touch("MAIN.15Mar01.FB.R09.CA4");
+  EXPECT_EQ(NewName("MAIN", 2), "MAIN.15Mar01.FB.R10.CA4");
+  Touch("main.15mar01.fb.r99.ca4");  // names compare without regard to case
+  EXPECT_EQ(NewName("MAIN", 2), "MAIN.15Mar01.FB.R100.CA4");
+  // Other faces, days, names and extensions do not count; nor do revisions
+  // that do not read as numbers.
+  Touch("MAIN.15Mar01.FC.R50.CA4");
+  Touch("MAIN.16Mar01.FA.R50.CA4");
+  Touch("MAINX.15Mar01.FA.R50.CA4");
+  Touch("MAIN.15Mar01.FA.R50.CA5");
+  Touch("MAIN.15Mar01.FA.Rxx.CA4");
+  Touch("MAIN.15Mar01.FA..CA4");
+  EXPECT_EQ(NewName("MAIN", 1), "MAIN.15Mar01.FA.R01.CA4");
+}
+
+TEST_F(CalibrationNamesTest, ExtraTextIsItsOwnMarkedFieldAndSharesTheRevisions) {
+  SetUpRegistry();
+  FixedDate date(15, 3, 2001);
+  Touch("MAIN.15Mar01.FB.R02.CA4");
+  char out[MAX_PATH];
+  CN4FileCalibrationEx::CreateNewFileNameEx(out, "MAIN", 2, nullptr, "Gain");
+  EXPECT_STREQ(out, "MAIN.15Mar01.FB.EGain.R03.CA4");
+  Touch(out);
+  EXPECT_EQ(NewName("MAIN", 2), "MAIN.15Mar01.FB.R04.CA4");
+  CN4FileCalibrationEx::CreateNewFileNameEx(out, "MAIN", 2, nullptr, "a.b/c\\d*e");
+  EXPECT_STREQ(out, "MAIN.15Mar01.FB.Ea_b_c_d_e.R04.CA4");
+  CN4FileCalibrationEx::CreateNewFileNameEx(out, "MAIN", 2, nullptr, "");
+  EXPECT_STREQ(out, "MAIN.15Mar01.FB.R04.CA4");
+  CN4FileCalibrationEx::CreateNewFileNameEx(out, "MAIN", 2, nullptr, nullptr);
+  EXPECT_STREQ(out, "MAIN.15Mar01.FB.R04.CA4");
+}
+
+TEST_F(CalibrationNamesTest, NullOutputAndOverlongNames) {
+  SetUpRegistry();
+  FixedDate date(15, 3, 2001);
+  CN4FileCalibration::CreateNewFileName(nullptr, "MAIN", 1, nullptr);
+  EXPECT_EQ(NewName(std::string(240, 'N').c_str(), 1), std::string(240, 'N') + ".15Mar01.FA.R01.CA4");
+  EXPECT_EQ(NewName(std::string(241, 'N').c_str(), 1), "");  // 260 with its terminator
+}
+
+TEST_F(CalibrationNamesTest, ConcurrentCallersEachGetTheWholeName) {
+  SetUpRegistry();
+  FixedDate date(15, 3, 2001);
+  Touch("MAIN.15Mar01.FB.R07.CA4");
+  Touch("SIDE.15Mar01.FC.R02.CA4");
+  constexpr int kThreads = 8;
+  std::vector<std::string> results(kThreads);
+  std::vector<std::thread> threads;
+  for (int t = 0; t < kThreads; ++t) {
+    threads.emplace_back([&results, t] {
+      // Two kinds of calls interleaved, each with its own date text.
+      const bool main = t % 2 == 0;
+      std::string last;
+      for (int i = 0; i < 50; ++i) {
+        char out[MAX_PATH];
+        CN4FileCalibration::CreateNewFileName(out, main ? "MAIN" : "SIDE", main ? 2 : 3,
+                                              main ? nullptr : "Svenska");
+        if (!last.empty() && last != out) {
+          last = "inconsistent";
+          break;
+        }
+        last = out;
+      }
+      results[t] = last;
+    });
+  }
+  for (auto& thread : threads) thread.join();
+  for (int t = 0; t < kThreads; ++t) {
+    SCOPED_TRACE(t);
+    EXPECT_EQ(results[t], t % 2 == 0 ? "MAIN.15Mar01.FB.R08.CA4" : "SIDE.15_03_01.FC.R01.CA4");
+  }
+}
+
+}  // namespace

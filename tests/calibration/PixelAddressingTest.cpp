@@ -1,0 +1,148 @@
+// Packed pixel addressing and module copies of CN4FileCalibration.
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <cstring>
+#include <numeric>
+#include <vector>
+
+#include "n4file/Calibration.h"
+
+namespace {
+
+TEST(CalibrationPixelOffset, PackedAddressingWithItsSignRules) {
+  struct Case {
+    CPoint pt;
+    CSize size;
+    int expected;
+  } cases[] = {
+      {{0, 1}, {3, 2}, 9},   // packed: no row padding although the file pads
+      {{2, 1}, {3, 2}, 15},
+      {{3, 0}, {3, 2}, -1},  // x past the face
+      {{0, 2}, {3, 2}, -1},  // y past the face
+      {{-1, 1}, {10, 5}, 27},  // negative x runs back into the row before
+      {{-1, 0}, {10, 5}, -1},  // negative result
+      {{0, -1}, {10, 5}, -1},
+      {{INT_MAX - 1, INT_MAX - 1}, {INT_MAX, INT_MAX}, -1},  // beyond int: refused
+      {{0, 1000}, {1000000, 1000000}, -1},
+      {{INT_MIN, INT_MIN}, {INT_MIN + 1, INT_MIN + 1}, -1},
+      {{INT_MIN, 1}, {INT_MAX, 5}, -1},
+  };
+  for (auto& c : cases) {
+    SCOPED_TRACE(testing::Message() << "pt " << c.pt.x << "," << c.pt.y << " size " << c.size.cx
+                                    << "x" << c.size.cy);
+    EXPECT_EQ(CN4FileCalibration::GetPixelOffset(&c.pt, &c.size), c.expected);
+  }
+  CPoint pt;
+  CSize size(3, 2);
+  EXPECT_EQ(CN4FileCalibration::GetPixelOffset(nullptr, &size), -1);
+  EXPECT_EQ(CN4FileCalibration::GetPixelOffset(&pt, nullptr), -1);
+}
+
+TEST(CalibrationPixel, StoresComponentsReversedAndNeedsTheWholePixelInside) {
+  CSize face(3, 2);
+  std::vector<unsigned char> buffer(24, 0);
+  CPoint pt(0, 1);
+  ASSERT_EQ(CN4FileCalibration::SetPixelData(&pt, 1, 2, 3, &face, buffer.data(), 24), 1);
+  EXPECT_EQ(buffer[9], 3);
+  EXPECT_EQ(buffer[10], 2);
+  EXPECT_EQ(buffer[11], 1);
+  unsigned char a = 0, b = 0, c = 0;
+  ASSERT_EQ(CN4FileCalibration::GetPixelData(&pt, &a, &b, &c, &face, buffer.data(), 24), 1);
+  EXPECT_EQ(a, 1);
+  EXPECT_EQ(b, 2);
+  EXPECT_EQ(c, 3);
+
+  // Pixel (2, 1) starts at 15: it fits 18 bytes, not 16 or 17, where only
+  // its first byte would be inside.
+  CPoint last(2, 1);
+  for (unsigned long size : {15ul, 16ul, 17ul}) {
+    SCOPED_TRACE(size);
+    std::vector<unsigned char> exact(size, 0);
+    EXPECT_EQ(CN4FileCalibration::SetPixelData(&last, 9, 9, 9, &face, exact.data(), size), 0);
+    EXPECT_EQ(CN4FileCalibration::GetPixelData(&last, &a, &b, &c, &face, exact.data(), size), 0);
+    EXPECT_EQ(std::count(exact.begin(), exact.end(), 9), 0);
+  }
+  std::vector<unsigned char> exact(18, 0);
+  EXPECT_EQ(CN4FileCalibration::SetPixelData(&last, 9, 9, 9, &face, exact.data(), 18), 1);
+  EXPECT_EQ(CN4FileCalibration::SetPixelData(&last, 9, 9, 9, &face, nullptr, 18), 0);
+  EXPECT_EQ(CN4FileCalibration::GetPixelData(&last, nullptr, &b, &c, &face, exact.data(), 18), 0);
+}
+
+std::vector<unsigned char> Ramp(std::size_t n) {
+  std::vector<unsigned char> v(n);
+  std::iota(v.begin(), v.end(), static_cast<unsigned char>(1));
+  return v;
+}
+
+TEST(CalibrationModule, SizeQueryAndShortSourceCopyNothing) {
+  CSize face(10, 4);
+  std::vector<unsigned char> dest(120, 0);
+  CRect area(1, 1, 4, 3);  // 3 x 2: padded rows of 12 bytes, need 24
+  EXPECT_EQ(CN4FileCalibration::SetModuleData(&area, nullptr, 100, &face, dest.data(), 120), 24);
+  auto src = Ramp(24);
+  EXPECT_EQ(CN4FileCalibration::SetModuleData(&area, src.data(), 0, &face, dest.data(), 120), 24);
+  EXPECT_EQ(CN4FileCalibration::SetModuleData(&area, src.data(), 23, &face, dest.data(), 120), -1);
+  EXPECT_EQ(std::count(dest.begin(), dest.end(), 0), 120);
+  EXPECT_EQ(CN4FileCalibration::SetModuleData(nullptr, src.data(), 24, &face, dest.data(), 120), -1);
+
+  ASSERT_EQ(CN4FileCalibration::SetModuleData(&area, src.data(), 24, &face, dest.data(), 120), 24);
+  // Packed source: pixel (1, 1) takes source bytes 0..2, stored as given.
+  EXPECT_EQ(dest[(1 * 10 + 1) * 3], 1);
+  EXPECT_EQ(dest[(1 * 10 + 1) * 3 + 2], 3);
+  EXPECT_EQ(dest[(2 * 10 + 3) * 3 + 2], 18);  // sixth pixel, last packed byte 18
+
+  std::vector<unsigned char> back(24, 0);
+  ASSERT_EQ(CN4FileCalibration::GetModuleData(&area, back.data(), 24, &face, dest.data(), 120), 24);
+  EXPECT_TRUE(std::equal(back.begin(), back.begin() + 18, src.begin()));
+  EXPECT_EQ(CN4FileCalibration::GetModuleData(&area, back.data(), 23, &face, dest.data(), 120), -1);
+}
+
+TEST(CalibrationModule, StopsAtTheFirstPixelOffTheFaceKeepingThoseBefore) {
+  CSize face(4, 2);
+  std::vector<unsigned char> dest(24, 0);
+  CRect area(2, 0, 5, 1);  // columns 2, 3, then 4 is off the face
+  auto src = Ramp(12);
+  EXPECT_EQ(CN4FileCalibration::SetModuleData(&area, src.data(), 12, &face, dest.data(), 24), -1);
+  EXPECT_EQ(dest[6], 1);
+  EXPECT_EQ(dest[9], 4);
+  EXPECT_EQ(dest[12], 0);  // (0, 1) is not where column 4 of row 0 went
+}
+
+TEST(CalibrationModule, HostileRectanglesNeverLeaveTheBuffers) {
+  CSize face(5, 3);
+  struct Case {
+    CRect area;
+    int expected;
+  } cases[] = {
+      {{-3, 0, 2, 1}, -1},                       // the first pixels have negative offsets
+      {{0, -1, 2, 1}, -1},
+      {{3, 0, 1, 2}, 0},                         // inverted width: (-48 + 31) / 32 is 0
+      {{4, 0, 1, 1}, -4},                        // inverted by 3: need -4, nothing walked
+      {{0, 2, 5, 1}, -16},                       // inverted height
+      {{0, 0, 5, 4}, -1},                        // a row past the face
+      {{INT_MIN, INT_MIN, INT_MAX, INT_MAX}, -1},  // need beyond int
+      {{0, 0, INT_MAX, 1}, -1},
+      {{INT_MAX - 1, 0, INT_MAX, 1}, -1},
+      {{0, INT_MIN, 0, INT_MAX}, 0},             // no pixels in four billion rows
+      {{2, INT_MIN, 1, INT_MAX}, 0},
+      {{0, INT_MIN, 1, INT_MAX}, -1},
+      {{0, 0, 5, 3}, 48},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(testing::Message() << c.area.left << "," << c.area.top << "," << c.area.right << ","
+                                    << c.area.bottom);
+    // Exact-size buffers so that AddressSanitizer sees any stray byte.
+    std::vector<unsigned char> dest(45, 0);
+    std::vector<unsigned char> src(64, 7);
+    CRect area = c.area;
+    EXPECT_EQ(CN4FileCalibration::SetModuleData(&area, src.data(), src.size(), &face, dest.data(),
+                                                dest.size()),
+              c.expected);
+    EXPECT_EQ(CN4FileCalibration::GetModuleData(&area, src.data(), src.size(), &face, dest.data(),
+                                                dest.size()),
+              c.expected);
+  }
+}
+
+}  // namespace
