@@ -1,7 +1,6 @@
 #!/usr/bin/env bash
 # Builds (Release) and runs the benchmark programs; each prints its ratios.
-# Pass benchmark names (riff, bulb, sequence, settings) to run only those.
-# Pass benchmark names (riff, bulb, sequence, group) to run only those.
+# Pass benchmark names (riff, bulb, sequence, settings, group) to run only those.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/install-deps
