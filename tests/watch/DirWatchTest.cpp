@@ -78,7 +78,7 @@ TEST(DirWatch, MergesABurstOfWritesIntoOneMessage) {
   n4::MessageQueue queue;
   TestWatch watch(queue.GetHandle(), kMessage, dir.path());
   ExpectInitialMessage(queue);
-  for (int i = 0; i < 10; ++i) n4test::WriteFile(dir.File("f" + std::to_string(i)), "data");
+  for (int i = 0; i < 10; ++i) n4test::WriteFile(dir.File(std::string("f").append(std::to_string(i))), "data");
   EXPECT_TRUE(queue.Wait(kArrives).has_value());
   EXPECT_FALSE(queue.Wait(kQuiet).has_value());
 }
