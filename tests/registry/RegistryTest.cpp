@@ -363,6 +363,8 @@ TEST(RegistryDefaults, TheUserStoreLivesInTheConfigurationDirectory) {
   n4test::TempDir dir;
   ConfigHomeEnv env(dir.path());
   n4::ScopedEnv scoped(&env);
+  n4::FileRegistryStore files(n4::LocateRegistryFile);  // the default only where there is no system registry
+  n4::ScopedRegistryStore store(&files);
   CN4Registry reg;
   ASSERT_EQ(reg.CreateUserRegistryKey("Window Settings"), 1);
   EXPECT_TRUE(n4test::Exists(dir.File("n4000/HKEY_CURRENT_USER.reg")));

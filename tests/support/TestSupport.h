@@ -33,6 +33,11 @@ bool Exists(const std::string& path);
 // Polls until path exists; false on time-out.
 bool WaitForFile(const std::string& path, std::chrono::milliseconds timeout = std::chrono::seconds(20));
 
+// True when the program runs under Wine on another system, for the few
+// checks Wine cannot pass. Wine hands the Unix environment on, and our runs
+// always name their prefix (scripts/run-windows-tests.sh).
+bool UnderWine();
+
 // A child mode: the test program started as `program --n4-child=NAME args...`
 // runs the registered function instead of the tests and exits with its result.
 using ChildMain = int (*)(const std::vector<std::string>& args);
