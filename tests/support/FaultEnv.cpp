@@ -67,12 +67,23 @@ class FaultFileHandle final : public n4::FileHandle {
   }
   bool Sync(n4::SysError* err) override {
     if (!env_->Step(FaultEnv::Kind::Sync, err) || !target_->Sync(err)) return false;
-    env_->FileSyncedOnDisk(path_);
+    env_->FileSynced(path_, Content());
     return true;
   }
   void MarkMapped() override { target_->MarkMapped(); }
 
  private:
+  // The file's bytes read through this handle: another open may be refused
+  // while it is held (Windows sharing modes).
+  std::string Content() {
+    std::uint64_t size = 0;
+    n4::SysError ignored;
+    if (!target_->GetSize(&size, &ignored) || size == 0) return {};
+    auto view = target_->Map(size, false, &ignored);
+    if (!view) return {};
+    return std::string(reinterpret_cast<const char*>(view->data()), static_cast<std::size_t>(size));
+  }
+
   std::unique_ptr<n4::FileHandle> target_;
   FaultEnv* env_;
   std::string path_;
@@ -170,10 +181,6 @@ void FaultEnv::FileSynced(const std::string& path, const std::string& content) {
   if (it != liveNames_.end()) durableData_[it->second] = content;
 }
 
-void FaultEnv::FileSyncedOnDisk(const std::string& path) {
-  auto it = liveNames_.find(Key(path));
-  if (it != liveNames_.end()) durableData_[it->second] = ReadFile(path);
-}
 
 std::unique_ptr<n4::FileHandle> FaultEnv::OpenFile(const std::string& path, n4::FileAccess access,
                                                    n4::FileShare share, n4::FileDisposition disposition,
