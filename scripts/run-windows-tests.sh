@@ -50,6 +50,7 @@ for d in "${dll_dirs[@]}"; do WINEPATH="${WINEPATH:+$WINEPATH;}$(winpath "$d")";
 export WINEPATH
 
 echo "== Wine ($(wine --version))"
+mkdir -p "$WINEPREFIX"
 wineserver -p  # persistent until wineserver -k below
 trap 'wineserver -k 2>/dev/null || true' EXIT
 wineboot -i >/dev/null 2>&1 || true  # creates or updates the prefix; a no-op when current
