@@ -19,7 +19,8 @@ class TempDir {
   TempDir(const TempDir&) = delete;
   TempDir& operator=(const TempDir&) = delete;
   const std::string& path() const { return path_; }
-  std::string File(const std::string& name) const { return path_ + "/" + name; }
+  // The path of an entry, composed with the platform's separator.
+  std::string File(const std::string& name) const { return n4::JoinPath(path_, name); }
   // Names of the entries, sorted.
   std::vector<std::string> List() const;
 
