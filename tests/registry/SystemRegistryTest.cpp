@@ -26,8 +26,8 @@ TEST(SystemRegistry, KeepsStringsAndNumbersAndReportsMissingOnes) {
   n4::RegistryStore* system = n4::SystemRegistryStore();
   if (!system) return;  // nothing to test: no system registry here
   HKEY key = nullptr;
-  ASSERT_EQ(system->CreateKey(HKEY_CURRENT_USER, "Software\\N4FILE tests\\Store", n4::kRegKeySetValue | n4::kRegKeyQueryValue, &key),
-            n4::kRegSuccess);
+  const DWORD access = n4::kRegKeySetValue | n4::kRegKeyQueryValue;
+  ASSERT_EQ(system->CreateKey(HKEY_CURRENT_USER, "Software\\N4FILE tests\\Store", access, &key), n4::kRegSuccess);
   const char text[] = "C:\\N4000\\Data";
   const DWORD number = 0x01020304;
   EXPECT_EQ(system->SetValue(key, "Text", REG_SZ, reinterpret_cast<const BYTE*>(text), sizeof text), n4::kRegSuccess);

@@ -66,7 +66,7 @@ TEST(DirWatch, PostsOnceAtStartAndOnceForEachKindOfChange) {
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
     if (std::string(c.name) == "a last-write time set" && n4test::UnderWine()) {
-      GTEST_SKIP() << "Wine reports a set last-write time as an attribute change only";
+      GTEST_SKIP() << "Wine's change notification does not report a last-write time set alone";
     }
     c.change(dir);
     auto message = queue.Wait(kArrives);

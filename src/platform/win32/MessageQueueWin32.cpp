@@ -78,7 +78,9 @@ std::optional<Message> MessageQueue::Wait(DWORD timeoutMs) {
       remaining = static_cast<DWORD>(timeoutMs - elapsed);
     }
     // MWMO_INPUTAVAILABLE: wake for messages already queued but not yet
-    // looked at as well, not only for ones that arrive from now on.
+    // looked at as well, not only for ones that arrive from now on. Posts
+    // meant for the thread's other windows are theirs to pump; left waiting,
+    // they make this loop poll until the time-out.
     ::MsgWaitForMultipleObjectsEx(0, nullptr, remaining, QS_POSTMESSAGE | QS_ALLPOSTMESSAGE, MWMO_INPUTAVAILABLE);
   }
 }
