@@ -57,7 +57,12 @@ wineboot -i >/dev/null 2>&1 || true  # creates or updates the prefix; a no-op wh
 
 failed=()
 shopt -s nullglob
-for exe in "$build"/tests/n4file_*_tests.exe; do
+programs=("$build"/tests/n4file_*_tests.exe)
+if [ ${#programs[@]} -eq 0 ]; then
+  echo "run-windows-tests: no test programs in $build/tests" >&2
+  exit 1
+fi
+for exe in "${programs[@]}"; do
   name=$(basename "$exe" .exe)
   echo "== $name (wine)"
   # Each program runs from its own scratch directory so that stray files stay in build/.
