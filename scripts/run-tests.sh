@@ -2,7 +2,9 @@
 # Builds and runs every test twice: a normal build, then a build with
 # AddressSanitizer + UndefinedBehaviorSanitizer (leak checking on). Also builds
 # the benchmarks; the normal build's tests include the installed-package check
-# (find_package and pkg-config). Fails on any test failure or sanitizer report.
+# (find_package and pkg-config). Then the Windows build of everything runs
+# under Wine (scripts/run-windows-tests.sh). Fails on any test failure or
+# sanitizer report.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/install-deps
@@ -22,3 +24,7 @@ echo "== AddressSanitizer + UndefinedBehaviorSanitizer"
 export ASAN_OPTIONS=detect_leaks=1:abort_on_error=1:strict_string_checks=1:detect_stack_use_after_return=1
 export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
 run_suite build/asan -DCMAKE_BUILD_TYPE=Debug -DN4FILE_SANITIZE=ON -DN4FILE_BUILD_BENCH=OFF
+
+echo "== Windows (mingw-w64 cross-build, Wine)"
+unset ASAN_OPTIONS UBSAN_OPTIONS
+scripts/run-windows-tests.sh

@@ -9,11 +9,15 @@
 //
 // On Windows the window is a real window and the message is posted with
 // PostMessage. Elsewhere the "window" is an n4::MessageQueue that the
-// application creates and waits on; its handle stands for the window.
+// application creates and waits on; its handle stands for the window. An
+// n4::MessageQueue exists on Windows too, as a message-only window, so that
+// a program without windows of its own can watch the same way everywhere.
 //
 // Thread safety: a CN4FileDirWatchThread is created and destroyed on one
-// thread. An n4::MessageQueue may be posted to from any thread and waited on
-// from another; n4::PostMessageTo may be called from any thread.
+// thread. An n4::MessageQueue may be posted to from any thread; on Windows
+// it is waited on and destroyed by the thread that created it (a window
+// belongs to its thread), elsewhere by any thread. n4::PostMessageTo may be
+// called from any thread.
 #pragma once
 
 #include <cstdint>
@@ -26,8 +30,7 @@
 #include "n4file/Export.h"
 #include "n4file/Types.h"
 
-#if !defined(_WIN32)
-#ifndef INFINITE
+#if !defined(_WIN32) && !defined(INFINITE)
 #define INFINITE 0xFFFFFFFFu  // a time-out that never ends, as on Windows
 #endif
 
@@ -46,9 +49,10 @@ struct MessageQueueState;
 }
 
 // A thread-safe first-in first-out queue of posted messages that stands in
-// for a window. Its handle stays unique for the life of the process: once
-// the queue is destroyed, posts to the handle fail instead of reaching
-// another queue.
+// for a window; on Windows it is a message-only window whose queue Wait
+// pumps. Once the queue is destroyed, posts to its handle fail instead of
+// reaching another queue (elsewhere handles are never reused; Windows gives
+// a new window a new handle too).
 class N4FILE_API MessageQueue {
  public:
   MessageQueue();
@@ -73,7 +77,6 @@ class N4FILE_API MessageQueue {
 N4FILE_API int PostMessageTo(HWND window, UINT message, std::uintptr_t wParam, std::intptr_t lParam);
 
 }  // namespace n4
-#endif  // !_WIN32
 
 namespace n4 {
 class StopEvent;

@@ -83,10 +83,10 @@ TEST(Hostile, LyingCountsAreBoundedByCapacity) {
   for (const Codec& c : kCodecs) {
     SCOPED_TRACE(c.name);
     const Bytes stream = c.compress(frame);
-    for (DWORD count : {0u, 1u, 3u, 0x7FFFFFFFu, 0xFFFFFFFFu}) {
+    for (DWORD count : {DWORD{0}, DWORD{1}, DWORD{3}, DWORD{0x7FFFFFFF}, DWORD{0xFFFFFFFF}}) {
       Bytes lying = stream;
       WriteCount(lying, count);
-      for (DWORD capacity : {0u, 1u, 5u, static_cast<DWORD>(frame.size())}) {
+      for (DWORD capacity : {DWORD{0}, DWORD{1}, DWORD{5}, static_cast<DWORD>(frame.size())}) {
         DecodeExactly(c.decompress, lying, capacity);
       }
     }

@@ -87,6 +87,7 @@ TEST(Platform, WritableMappingsGrowTheFileAndReadOnlyOnesDoNot) {
   ASSERT_TRUE(file->GetSize(&size, &err));
   EXPECT_EQ(size, 8192u);
   ASSERT_TRUE(file->SetLength(8004, &err));
+  file.reset();  // an unshared open keeps out even a reader on Windows
   EXPECT_EQ(n4test::ReadFile(path).substr(8000), "tail");
 }
 
@@ -131,7 +132,7 @@ TEST(Platform, TemporaryFilesAreNewAndUnique) {
   ASSERT_TRUE(env->CreateTempFile(dir.path(), "SQ4", &a, &err));
   ASSERT_TRUE(env->CreateTempFile(dir.path(), "SQ4", &b, &err));
   EXPECT_NE(a, b);
-  EXPECT_EQ(a.rfind(dir.path() + "/SQ4", 0), 0u);
+  EXPECT_EQ(a.rfind(n4::JoinPath(dir.path(), "SQ4"), 0), 0u);
   EXPECT_TRUE(env->FileExists(a));
   EXPECT_FALSE(env->CreateTempFile(dir.File("missing"), "SQ4", &a, &err));
   EXPECT_EQ(err.code, n4::kErrFileNotFound);
@@ -143,7 +144,11 @@ TEST(Platform, ErrorsUseWindowsNumbersWithThePlatformsText) {
   EXPECT_EQ(Open(dir.File("nope"), FileAccess::Read, FileShare::ReadWrite, &err), nullptr);
   EXPECT_EQ(err.code, n4::kErrFileNotFound);
   EXPECT_FALSE(err.text.empty());
-  EXPECT_EQ(n4::SystemErrorText(n4::kErrDiskFull), "There is not enough space on the disk.");
+  if (Env::Default()->PathSeparator() == '/') {
+    EXPECT_EQ(n4::SystemErrorText(n4::kErrDiskFull), "There is not enough space on the disk.");
+  } else {
+    EXPECT_FALSE(n4::SystemErrorText(n4::kErrDiskFull).empty());  // the system's own wording
+  }
   EXPECT_FALSE(n4::SystemErrorText(n4::kErrUserMappedFile).empty());
 }
 
@@ -169,7 +174,8 @@ TEST(Platform, AtomicWritesAndLocks) {
 }
 
 TEST(Platform, PathsJoinAndSplitWithEitherSeparator) {
-  EXPECT_EQ(n4::JoinPath("/a/b", "c"), "/a/b/c");
+  const std::string sep(1, Env::Default()->PathSeparator());  // composed with the platform's own
+  EXPECT_EQ(n4::JoinPath("/a/b", "c"), "/a/b" + sep + "c");
   EXPECT_EQ(n4::JoinPath("/a/b/", "c"), "/a/b/c");
   EXPECT_EQ(n4::JoinPath("C:\\x\\", "c"), "C:\\x\\c");
   EXPECT_EQ(n4::DirectoryOf("/a/b/c"), "/a/b");

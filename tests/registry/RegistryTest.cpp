@@ -180,12 +180,13 @@ TEST_F(RegistryTest, DataPathLosesOneTrailingSeparatorAndFallsBackToTheDefault) 
     EXPECT_EQ(CN4Registry::GetDataPath(text), c.result);
     EXPECT_EQ(text, c.path);
   }
-  EXPECT_STREQ(CN4Registry::GetDefaultDirectory(), "/var/lib/n4000");
+  const bool windows = n4::Env::Default()->PathSeparator() == '\\';
+  EXPECT_STREQ(CN4Registry::GetDefaultDirectory(), windows ? "C:\\N4000" : "/var/lib/n4000");
 
   // The default is cut to fit a small buffer rather than overrun it.
   char small[5];
   EXPECT_EQ(CN4Registry::GetExePath(small, sizeof small), 0);
-  EXPECT_STREQ(small, "/var");
+  EXPECT_STREQ(small, windows ? "C:\\N" : "/var");
 
   // Without the section, nothing is written and 0 is returned.
   Machine(std::string(kV5) + "\\Grouping]\r\n");
@@ -363,6 +364,8 @@ TEST(RegistryDefaults, TheUserStoreLivesInTheConfigurationDirectory) {
   n4test::TempDir dir;
   ConfigHomeEnv env(dir.path());
   n4::ScopedEnv scoped(&env);
+  n4::FileRegistryStore files(n4::LocateRegistryFile);  // the default only where there is no system registry
+  n4::ScopedRegistryStore store(&files);
   CN4Registry reg;
   ASSERT_EQ(reg.CreateUserRegistryKey("Window Settings"), 1);
   EXPECT_TRUE(n4test::Exists(dir.File("n4000/HKEY_CURRENT_USER.reg")));

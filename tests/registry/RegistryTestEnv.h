@@ -1,10 +1,14 @@
-// Points the registry store at a test directory, and can make its writes fail.
+// Points the registry at .reg files in a test directory, and can make their
+// writes fail. The file-backed store is installed explicitly, so that it is
+// the one tested on systems that have a registry of their own too.
 #pragma once
 
 #include <string>
 #include <utility>
 
 #include "platform/Env.h"
+#include "registry/FileRegistryStore.h"
+#include "registry/StoreSelection.h"
 #include "support/TestSupport.h"
 
 namespace n4test {
@@ -29,6 +33,8 @@ class RegistryDirEnv : public n4::EnvWrapper {
 
  private:
   std::string dir_;
+  n4::FileRegistryStore store_{n4::LocateRegistryFile};
+  n4::ScopedRegistryStore scopedStore_{&store_};
 };
 
 inline std::string FixturePath(const std::string& name) {

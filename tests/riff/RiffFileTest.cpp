@@ -372,7 +372,7 @@ TEST_F(RiffFileTest, FileInformationDescribesTheWorkingFile) {
 TEST_F(RiffFileTest, TemporaryNamesCarryThePrefix) {
   std::string name;
   ASSERT_EQ(CN4RiffFile::GetTmpN4File(name), 1);
-  EXPECT_EQ(name.rfind(faults_.tmp.path() + "/SQ4", 0), 0u) << name;
+  EXPECT_EQ(name.rfind(n4::JoinPath(faults_.tmp.path(), "SQ4"), 0), 0u) << name;
   EXPECT_TRUE(n4test::Exists(name));
 }
 

@@ -88,20 +88,23 @@ TEST(ScriptFile, RewritesInPlaceAndLeavesNothingOfALongerScript) {
   const std::string link = dir.File("link.txt");
   n4test::WriteFile(path, "one\r\ntwo\r\nthree\r\nfour\r\nfive\r\n");
   std::filesystem::create_hard_link(path, link);  // sees the file itself, not a replacement
-  CN4FileScript script;
-  ASSERT_EQ(script.Open(path, 1), 1);
-  ASSERT_EQ(script.ReadScriptFile(), 5);
-  EXPECT_EQ(script.DeleteLine(1), 1);
-  EXPECT_EQ(script.DeleteLine(2), 1);
-  EXPECT_EQ(script.SetLine(0, "ONE"), 1);
-  script.WriteScriptFile();
   const std::vector<std::string> expected{"ONE", "three", "five"};
-  EXPECT_EQ(n4test::ReadFile(link), Text(expected));
+  {
+    CN4FileScript script;
+    ASSERT_EQ(script.Open(path, 1), 1);
+    ASSERT_EQ(script.ReadScriptFile(), 5);
+    EXPECT_EQ(script.DeleteLine(1), 1);
+    EXPECT_EQ(script.DeleteLine(2), 1);
+    EXPECT_EQ(script.SetLine(0, "ONE"), 1);
+    script.WriteScriptFile();
 
-  // Written again, the same script reads back as it stands.
-  script.WriteScriptFile();
-  EXPECT_EQ(script.ReadScriptFile(), 3);
-  EXPECT_EQ(Lines(script), expected);
+    // Written again, the same script reads back as it stands.
+    script.WriteScriptFile();
+    EXPECT_EQ(script.ReadScriptFile(), 3);
+    EXPECT_EQ(Lines(script), expected);
+  }
+  // Read once the script lets go: while open it refuses every other opener.
+  EXPECT_EQ(n4test::ReadFile(link), Text(expected));
 }
 
 TEST(ScriptFile, EditsLinesByIndex) {

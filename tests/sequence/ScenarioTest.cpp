@@ -148,7 +148,7 @@ TEST(SequenceScenario, CompressionShrinksPlanarSequences) {
   n4test::TempDir dir;
   std::uint64_t sizes[2] = {};
   for (int compressed = 0; compressed < 2; ++compressed) {
-    const std::string path = dir.File("s" + std::to_string(compressed));
+    const std::string path = dir.File(std::string("s").append(std::to_string(compressed)));
     CN4SequenceFile f;
     ASSERT_EQ(f.OpenCreate(path.c_str(), 32, 96, Mono4, PixelTechI), 1);
     f.RiffHdr()->dwCompression = compressed;

@@ -2,11 +2,17 @@
 
 #include <vector>
 
+#include "platform/Path.h"
+
 namespace n4test {
 
 namespace {
 
 constexpr DWORD kErrNotReady = 21;  // what calls return once the power is cut
+
+// Paths as the tables key them: one spelling per file, whichever separators
+// the caller composed it with (Windows accepts both).
+std::string Key(const std::string& path) { return n4::path::WithSeparators(path); }
 
 std::string WithoutTrailingSeparator(std::string dir) {
   while (dir.size() > 1 && (dir.back() == '/' || dir.back() == '\\')) dir.pop_back();
@@ -61,12 +67,23 @@ class FaultFileHandle final : public n4::FileHandle {
   }
   bool Sync(n4::SysError* err) override {
     if (!env_->Step(FaultEnv::Kind::Sync, err) || !target_->Sync(err)) return false;
-    env_->FileSyncedOnDisk(path_);
+    env_->FileSynced(path_, Content());
     return true;
   }
   void MarkMapped() override { target_->MarkMapped(); }
 
  private:
+  // The file's bytes read through this handle: another open may be refused
+  // while it is held (Windows sharing modes).
+  std::string Content() {
+    std::uint64_t size = 0;
+    n4::SysError ignored;
+    if (!target_->GetSize(&size, &ignored) || size == 0) return {};
+    auto view = target_->Map(size, false, &ignored);
+    if (!view) return {};
+    return std::string(reinterpret_cast<const char*>(view->data()), static_cast<std::size_t>(size));
+  }
+
   std::unique_ptr<n4::FileHandle> target_;
   FaultEnv* env_;
   std::string path_;
@@ -100,18 +117,18 @@ class FaultWritableFile final : public n4::WritableFile {
 }  // namespace
 
 bool FaultEnv::Tracked(const std::string& path) const {
-  return trackedDirs_.count(WithoutTrailingSeparator(n4::DirectoryOf(path))) != 0;
+  return trackedDirs_.count(WithoutTrailingSeparator(n4::DirectoryOf(Key(path)))) != 0;
 }
 
 void FaultEnv::NewFile(const std::string& path) {
   if (!Tracked(path)) return;
   const int file = nextFile_++;
-  liveNames_[path] = file;
+  liveNames_[Key(path)] = file;
   durableData_[file] = std::string();
 }
 
 void FaultEnv::TrackDurability(const std::string& dir) {
-  const std::string key = WithoutTrailingSeparator(dir);
+  const std::string key = WithoutTrailingSeparator(Key(dir));
   trackedDirs_.insert(key);
   std::vector<std::string> names;
   n4::SysError ignored;
@@ -160,14 +177,10 @@ bool FaultEnv::Step(Kind kind, n4::SysError* err) {
 }
 
 void FaultEnv::FileSynced(const std::string& path, const std::string& content) {
-  auto it = liveNames_.find(path);
+  auto it = liveNames_.find(Key(path));
   if (it != liveNames_.end()) durableData_[it->second] = content;
 }
 
-void FaultEnv::FileSyncedOnDisk(const std::string& path) {
-  auto it = liveNames_.find(path);
-  if (it != liveNames_.end()) durableData_[it->second] = ReadFile(path);
-}
 
 std::unique_ptr<n4::FileHandle> FaultEnv::OpenFile(const std::string& path, n4::FileAccess access,
                                                    n4::FileShare share, n4::FileDisposition disposition,
@@ -176,7 +189,7 @@ std::unique_ptr<n4::FileHandle> FaultEnv::OpenFile(const std::string& path, n4::
   if (creates && !Step(Kind::Other, err)) return nullptr;
   auto handle = target()->OpenFile(path, access, share, disposition, err);
   if (!handle) return nullptr;
-  if (creates && liveNames_.count(path) == 0) NewFile(path);
+  if (creates && liveNames_.count(Key(path)) == 0) NewFile(path);
   return std::make_unique<FaultFileHandle>(std::move(handle), this, path);
 }
 
@@ -203,7 +216,7 @@ std::unique_ptr<n4::WritableFile> FaultEnv::NewWritableFile(const std::string& p
 
 bool FaultEnv::SyncDirectory(const std::string& dir, n4::SysError* err) {
   if (!Step(Kind::Sync, err) || !target()->SyncDirectory(dir, err)) return false;
-  const std::string key = WithoutTrailingSeparator(dir);
+  const std::string key = WithoutTrailingSeparator(Key(dir));
   auto inDir = [&](const std::string& path) { return WithoutTrailingSeparator(n4::DirectoryOf(path)) == key; };
   std::erase_if(durableNames_, [&](const auto& entry) { return inDir(entry.first); });
   for (const auto& [path, file] : liveNames_) {
@@ -218,25 +231,25 @@ bool FaultEnv::CopyPermissions(const std::string& from, const std::string& to, n
 
 bool FaultEnv::DeleteFile(const std::string& path, n4::SysError* err) {
   if (!Step(Kind::Other, err) || !target()->DeleteFile(path, err)) return false;
-  liveNames_.erase(path);
+  liveNames_.erase(Key(path));
   return true;
 }
 
 bool FaultEnv::RenameFile(const std::string& from, const std::string& to, n4::SysError* err) {
   if (!Step(Kind::Rename, err)) return false;
-  if (directoriesAreVolumes && WithoutTrailingSeparator(n4::DirectoryOf(from)) !=
-                                   WithoutTrailingSeparator(n4::DirectoryOf(to))) {
+  if (directoriesAreVolumes && WithoutTrailingSeparator(n4::DirectoryOf(Key(from))) !=
+                                   WithoutTrailingSeparator(n4::DirectoryOf(Key(to)))) {
     return n4::Fail(err, n4::kErrNotSameDevice);
   }
   if (!target()->RenameFile(from, to, err)) return false;
-  auto it = liveNames_.find(from);
+  auto it = liveNames_.find(Key(from));
   if (it != liveNames_.end()) {
     const int file = it->second;
     liveNames_.erase(it);
-    if (Tracked(to)) liveNames_[to] = file;
+    if (Tracked(to)) liveNames_[Key(to)] = file;
   } else if (Tracked(to)) {
     NewFile(to);
-    durableData_[liveNames_[to]] = ReadFile(to);
+    durableData_[liveNames_[Key(to)]] = ReadFile(to);
   }
   return true;
 }

@@ -81,7 +81,6 @@ class FaultEnv : public n4::EnvWrapper {
   enum class Kind { Other, Write, Sync, Rename };
   bool Step(Kind kind, n4::SysError* err);
   void FileSynced(const std::string& path, const std::string& content);
-  void FileSyncedOnDisk(const std::string& path);
 
  private:
   bool Tracked(const std::string& path) const;

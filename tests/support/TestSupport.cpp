@@ -79,6 +79,11 @@ bool WaitForFile(const std::string& path, std::chrono::milliseconds timeout) {
   return true;
 }
 
+bool UnderWine() {
+  n4::Env* env = n4::Env::Default();
+  return env->PathSeparator() == '\\' && !env->GetEnvironmentVariable("WINEPREFIX").empty();
+}
+
 ChildModeRegistrar::ChildModeRegistrar(const char* name, ChildMain main) { ChildModes()[name] = main; }
 
 std::unique_ptr<n4::ChildProcess> StartChild(const std::string& mode, const std::vector<std::string>& args) {

@@ -19,7 +19,8 @@ class TempDir {
   TempDir(const TempDir&) = delete;
   TempDir& operator=(const TempDir&) = delete;
   const std::string& path() const { return path_; }
-  std::string File(const std::string& name) const { return path_ + "/" + name; }
+  // The path of an entry, composed with the platform's separator.
+  std::string File(const std::string& name) const { return n4::JoinPath(path_, name); }
   // Names of the entries, sorted.
   std::vector<std::string> List() const;
 
@@ -32,6 +33,11 @@ void WriteFile(const std::string& path, const std::string& bytes);
 bool Exists(const std::string& path);
 // Polls until path exists; false on time-out.
 bool WaitForFile(const std::string& path, std::chrono::milliseconds timeout = std::chrono::seconds(20));
+
+// True when the program runs under Wine on another system, for the few
+// checks Wine cannot pass. Wine hands the Unix environment on, and our runs
+// always name their prefix (scripts/run-windows-tests.sh).
+bool UnderWine();
 
 // A child mode: the test program started as `program --n4-child=NAME args...`
 // runs the registered function instead of the tests and exits with its result.

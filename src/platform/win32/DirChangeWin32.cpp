@@ -67,7 +67,9 @@ std::unique_ptr<DirChangeNotification> OpenDirChangeNotification(const std::stri
   return std::make_unique<Win32DirChangeNotification>(notification);
 }
 
+// A null window would post to the calling thread itself; nothing is posted.
 int PostWindowMessage(HWND window, UINT message, std::uintptr_t wParam, std::intptr_t lParam) {
+  if (window == nullptr) return 0;
   return ::PostMessageA(window, message, static_cast<WPARAM>(wParam), static_cast<LPARAM>(lParam)) ? 1 : 0;
 }
 

@@ -153,8 +153,18 @@ class Win32Env final : public Env {
   // The system picks the unique part and creates the file ("SQ4xxxx.tmp").
   bool CreateTempFile(const std::string& dir, const std::string& prefix, std::string* path,
                       SysError* err) override {
+    // The system adds a backslash unless the directory ends with one, so a
+    // trailing "/" would leave both in the name.
+    std::string where = dir;
+    if (!where.empty() && where.back() == '/') where.back() = '\\';
     char name[MAX_PATH];
-    if (::GetTempFileNameA(dir.c_str(), prefix.c_str(), 0, name) == 0) return FailLastError(err);
+    if (::GetTempFileNameA(where.c_str(), prefix.c_str(), 0, name) == 0) {
+      // The system calls a missing directory an invalid name (267); callers
+      // test for a missing one as on every platform.
+      const DWORD code = ::GetLastError();
+      if (code == ERROR_DIRECTORY && !DirectoryExists(dir)) return Fail(err, ERROR_FILE_NOT_FOUND);
+      return Fail(err, code);
+    }
     *path = name;
     return true;
   }
