@@ -9,52 +9,11 @@
 #include <cerrno>
 
 #include "platform/posix/ErrorsPosix.h"
+#include "platform/posix/ShareLocks.h"
 
 namespace n4 {
 
 namespace {
-
-// Lock bytes: each open holds a shared lock on the bytes that describe it, and
-// looks for other holders of the bytes that would conflict with it. The
-// offsets sit far beyond any file this library writes; advisory locks never
-// block reads or writes of the data itself.
-constexpr off_t kLockBase = off_t{0x7FFF0000} << 32;
-enum LockByte : off_t {
-  kHasRead = 0,
-  kHasWrite = 1,
-  kDeniesRead = 2,
-  kDeniesWrite = 3,
-  kMapped = 4,
-};
-
-#if defined(F_OFD_SETLK)
-constexpr int kSetLock = F_OFD_SETLK;
-constexpr int kGetLock = F_OFD_GETLK;
-#else
-// Process-associated locks: sharing is then enforced between processes only.
-constexpr int kSetLock = F_SETLK;
-constexpr int kGetLock = F_GETLK;
-#endif
-
-bool HoldShared(int fd, LockByte which) {
-  struct flock fl {};
-  fl.l_type = F_RDLCK;
-  fl.l_whence = SEEK_SET;
-  fl.l_start = kLockBase + which;
-  fl.l_len = 1;
-  return fcntl(fd, kSetLock, &fl) == 0;
-}
-
-// True when any other open of the file holds the byte.
-bool HeldByOthers(int fd, LockByte which) {
-  struct flock fl {};
-  fl.l_type = F_WRLCK;
-  fl.l_whence = SEEK_SET;
-  fl.l_start = kLockBase + which;
-  fl.l_len = 1;
-  if (fcntl(fd, kGetLock, &fl) != 0) return false;
-  return fl.l_type != F_UNLCK;
-}
 
 // Extends the file to size with its blocks reserved, so that a full disk
 // fails here with an error instead of killing the process when a mapped page
@@ -185,7 +144,7 @@ class PosixFileHandle final : public FileHandle {
     return true;
   }
 
-  void MarkMapped() override { HoldShared(fd_, kMapped); }
+  void MarkMapped() override { ClaimMapped(fd_); }
 
  private:
   // 100-nanosecond intervals since 1601-01-01, as Windows counts file times.
@@ -219,19 +178,7 @@ std::unique_ptr<FileHandle> OpenPosixFile(const std::string& path, FileAccess ac
     return nullptr;
   }
 
-  const bool writes = access == FileAccess::ReadWrite;
-  const bool deniesRead = share == FileShare::None;
-  const bool deniesWrite = share != FileShare::ReadWrite;
-
-  // Announce this open first, then look for conflicts: of two opens racing,
-  // both may fail, but never both succeed.
-  bool held = HoldShared(fd, kHasRead) && (!writes || HoldShared(fd, kHasWrite)) &&
-              (!deniesRead || HoldShared(fd, kDeniesRead)) &&
-              (!deniesWrite || HoldShared(fd, kDeniesWrite));
-  bool conflict = HeldByOthers(fd, kDeniesRead) || (writes && HeldByOthers(fd, kDeniesWrite)) ||
-                  (deniesRead && HeldByOthers(fd, kHasRead)) ||
-                  (deniesWrite && HeldByOthers(fd, kHasWrite));
-  if (!held || conflict) {
+  if (!ClaimSharing(fd, access == FileAccess::ReadWrite, share)) {
     close(fd);
     Fail(err, kErrSharingViolation);
     return nullptr;
@@ -248,9 +195,7 @@ std::unique_ptr<FileHandle> OpenPosixFile(const std::string& path, FileAccess ac
 DWORD ReplaceBlocker(const std::string& path) {
   int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
   if (fd < 0) return kErrSuccess;
-  DWORD result = kErrSuccess;
-  if (HeldByOthers(fd, kMapped)) result = kErrUserMappedFile;
-  else if (HeldByOthers(fd, kDeniesWrite)) result = kErrSharingViolation;
+  const DWORD result = ReplaceBlockerOf(fd);
   close(fd);
   return result;
 }

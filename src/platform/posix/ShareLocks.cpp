@@ -1,5 +1,7 @@
 #include "platform/posix/ShareLocks.h"
 
+#include "platform/Errors.h"
+
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -7,15 +9,17 @@ namespace n4 {
 
 namespace {
 
-// Must match FilePosix.cpp: the same base far beyond any real data and the
-// same byte for each claim. Advisory locks never block reads or writes of the
-// data itself.
+// Each open holds a shared lock on the bytes that describe it and looks for
+// other holders of the bytes that would conflict with it. The base sits far
+// beyond any file this library writes; advisory locks never block reads or
+// writes of the data itself.
 constexpr off_t kLockBase = off_t{0x7FFF0000} << 32;
 enum LockByte : off_t {
   kHasRead = 0,
   kHasWrite = 1,
   kDeniesRead = 2,
   kDeniesWrite = 3,
+  kMapped = 4,
 };
 
 #if defined(F_OFD_SETLK)
@@ -58,6 +62,14 @@ bool ClaimSharing(int fd, bool writes, FileShare share) {
                         (deniesRead && HeldByOthers(fd, kHasRead)) ||
                         (deniesWrite && HeldByOthers(fd, kHasWrite));
   return held && !conflict;
+}
+
+void ClaimMapped(int fd) { HoldShared(fd, kMapped); }
+
+DWORD ReplaceBlockerOf(int fd) {
+  if (HeldByOthers(fd, kMapped)) return kErrUserMappedFile;
+  if (HeldByOthers(fd, kDeniesWrite)) return kErrSharingViolation;
+  return kErrSuccess;
 }
 
 }  // namespace n4
