@@ -5,6 +5,7 @@
 #include "n4file/Rtd.h"
 #include "platform/Env.h"
 #include "rtd/RtdBytes.h"
+#include "support/FaultEnv.h"
 #include "support/TestSupport.h"
 
 namespace {
@@ -222,22 +223,14 @@ TEST_F(RtdFile, WideStringsReadAsText) {
   EXPECT_EQ(rtd.GetFileDescription(), "hi");
 }
 
-// Fails the atomic replacement as a full disk would.
-struct FullDiskEnv : n4::EnvWrapper {
-  FullDiskEnv() : EnvWrapper(n4::Env::Default()) {}
-  bool WriteFileAtomic(const std::string&, const std::string&, n4::SysError* err) override {
-    return n4::Fail(err, n4::kErrDiskFull);
-  }
-};
-
 TEST_F(RtdFile, AFailedWriteRaisesAndKeepsThePreviousFile) {
   CN4FileCRtd rtd;
   Bind(rtd);
   BuildTwoTransmissions(rtd);
   ASSERT_EQ(rtd.WriteFile(), 1);
   rtd.DeleteContents();
-  FullDiskEnv env;
-  n4::ScopedEnv scoped(&env);
+  n4test::ScopedFaultEnv faults;
+  faults.env.failWrite.at = 1;  // the next write finds the disk full
   try {
     rtd.WriteFile();
     ADD_FAILURE() << "no exception";
