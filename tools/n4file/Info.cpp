@@ -23,10 +23,10 @@ const Recogniser* Recognise(const std::string& path) {
   const auto dot = path.find_last_of("./\\");
   const std::string extension = dot != std::string::npos && path[dot] == '.' ? Lowercase(path.substr(dot + 1)) : "";
   for (const Recogniser* r : kRecognisers) {
-    if (r->match(head, extension) == Match::kContent) return r;
+    if (r->match(head, extension, path) == Match::kContent) return r;
   }
   for (const Recogniser* r : kRecognisers) {
-    if (r->match(head, extension) == Match::kExtension) return r;
+    if (r->match(head, extension, path) == Match::kExtension) return r;
   }
   return nullptr;
 }
@@ -68,7 +68,7 @@ int Run(const std::vector<std::string>& files, bool json) {
 }  // namespace
 
 void AddInfoCommand(CLI::App& app) {
-  auto* cmd = app.add_subcommand("info", "Describe sequence and RIFF files");
+  auto* cmd = app.add_subcommand("info", "Describe sequence, RIFF and real-time data configuration files");
   auto files = std::make_shared<std::vector<std::string>>();
   auto json = std::make_shared<bool>(false);
   cmd->add_option("FILE", *files, "Files to describe")->required();

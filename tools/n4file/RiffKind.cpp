@@ -54,7 +54,7 @@ void DescribeRiffCommon(CN4RiffFile& file, nlohmann::ordered_json& json, std::st
 
 namespace {
 
-Match MatchRiff(const std::vector<BYTE>& head, const std::string& extension) {
+Match MatchRiff(const std::vector<BYTE>& head, const std::string& extension, const std::string&) {
   if (StartsWithRiff(head, nullptr)) return Match::kContent;
   return extension == "riff" || extension == "rif" ? Match::kExtension : Match::kNone;
 }

@@ -11,7 +11,7 @@
 namespace n4tool {
 namespace {
 
-Match MatchSequence(const std::vector<BYTE>& head, const std::string& extension) {
+Match MatchSequence(const std::vector<BYTE>& head, const std::string& extension, const std::string&) {
   if (StartsWithRiff(head, "seq4")) return Match::kContent;
   return extension == "sq4" ? Match::kExtension : Match::kNone;
 }

@@ -21,6 +21,11 @@ int Fail(const std::string& file, const std::string& cause) {
   return kExitFailure;
 }
 
+std::string CauseWithoutFile(const std::string& what, const std::string& fileName) {
+  const std::string prefix = fileName + ": ";
+  return !fileName.empty() && what.compare(0, prefix.size(), prefix) == 0 ? what.substr(prefix.size()) : what;
+}
+
 void UsageError(const std::string& message) { throw CLI::ValidationError(message); }
 
 Progress::Progress(std::string what, int total)

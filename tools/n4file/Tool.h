@@ -22,6 +22,10 @@ constexpr int kExitUsage = 2;    // the command line itself is wrong
 // Prints "n4file: FILE: cause" on standard error and returns kExitFailure.
 int Fail(const std::string& file, const std::string& cause);
 
+// A library exception's text without the file name it starts with, for
+// Fail, whose line names the file already.
+std::string CauseWithoutFile(const std::string& what, const std::string& fileName);
+
 // A usage error: CLI11 prints it and main exits with kExitUsage.
 [[noreturn]] void UsageError(const std::string& message);
 
@@ -69,9 +73,10 @@ enum class Match { kNone, kExtension, kContent };
 
 struct Recogniser {
   const char* kind;
-  // How well the file matches: its first bytes (up to 64) and its extension
-  // in lower case without the dot.
-  Match (*match)(const std::vector<BYTE>& head, const std::string& extension);
+  // How well the file matches: its first bytes (up to 64), its extension in
+  // lower case without the dot, and its path (for a kind without a signature
+  // that is recognised by loading the file).
+  Match (*match)(const std::vector<BYTE>& head, const std::string& extension, const std::string& path);
   // Fills `json` and `text` (the readable summary); false with a cause when
   // the file is damaged.
   bool (*describe)(const std::string& path, nlohmann::ordered_json& json, std::string& text, std::string& cause);
