@@ -4,10 +4,10 @@
 
 #include "Tool.h"
 
-#define N4_TOOL_COMMANDS(X) X(Info) X(Create) X(Render) X(Compress) X(Registry) X(Path)
+#define N4_TOOL_COMMANDS(X) X(Info) X(Create) X(Render) X(Compress) X(Registry) X(Path) X(Calib)
 
 // Tried in order; put a more specific kind before the kind it refines.
-#define N4_INFO_RECOGNISERS(X) X(Sequence) X(Riff)
+#define N4_INFO_RECOGNISERS(X) X(Sequence) X(Calibration) X(Riff)
 
 namespace n4tool {
 
