@@ -1,0 +1,163 @@
+// n4file calib and `info` on calibration files, end to end.
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <filesystem>
+#include <fstream>
+#include <random>
+#include <regex>
+#include <sstream>
+
+#include <nlohmann/json.hpp>
+
+#include <n4file/Calibration.h>
+
+#include "Tool.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+std::string Quote(const std::string& s) {
+  std::string q = "'";
+  for (char c : s) q += c == '\'' ? std::string("'\\''") : std::string(1, c);
+  return q + "'";
+}
+
+std::string Slurp(const fs::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::stringstream s;
+  s << in.rdbuf();
+  return s.str();
+}
+
+struct Result {
+  int status = -1;
+  std::string out, err;
+};
+
+class CalibToolTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    dir_ = fs::temp_directory_path() / ("n4file-calib-test-" + std::to_string(std::random_device{}()));
+    fs::create_directories(dir_ / "data");
+    env_ = "N4_REGISTRY_DIR=" + Quote(Path("registry"));
+    ASSERT_EQ(Run({"registry", "set", "File Locations", "DataPath", Path("data")}).status, 0);
+  }
+  void TearDown() override { fs::remove_all(dir_); }
+
+  Result Run(const std::vector<std::string>& args) {
+    std::string command = "cd " + Quote(dir_.string()) + " && " + env_ + " " + Quote(N4_TOOL_PATH);
+    for (const auto& a : args) command += " " + Quote(a);
+    command += " >stdout.txt 2>stderr.txt";
+    const int raw = std::system(command.c_str());
+    return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, Slurp(dir_ / "stdout.txt"), Slurp(dir_ / "stderr.txt")};
+  }
+  std::string Path(const std::string& name) const { return (dir_ / name).string(); }
+
+  // A 2 x 3 face; pixel i has red -i, green i * 10, blue 100 - i.
+  void WriteFace(const std::string& name) {
+    CN4FileCalibrationEx cal(2, 3);
+    cal.InitializeDataBuffer(static_cast<unsigned char>(0), 24);
+    for (LONG i = 0; i < 6; ++i) {
+      CPoint pt{i % 3, i / 3};
+      const RGBTRIPLE value{static_cast<BYTE>(100 - i), static_cast<BYTE>(i * 10), static_cast<BYTE>(-i)};
+      ASSERT_EQ(cal.SetPixelCalData(&pt, value), 1);
+    }
+    ASSERT_EQ(cal.Open(Path(name).c_str(), 0, 1, 0), 1);
+    ASSERT_EQ(cal.WriteFile(), 1);
+  }
+
+  fs::path dir_;
+  std::string env_;
+};
+
+TEST_F(CalibToolTest, ShowAndInfoGiveSignedComponentStatistics) {
+  WriteFace("face.CA4");
+  for (const char* command : {"calib show", "info"}) {
+    SCOPED_TRACE(command);
+    Result r = std::string(command) == "info" ? Run({"info", "--json", "face.CA4"})
+                                              : Run({"calib", "show", "--json", "face.CA4"});
+    ASSERT_EQ(r.status, 0) << r.err;
+    const auto j = nlohmann::json::parse(r.out);
+    EXPECT_EQ(j["kind"], "calibration");
+    EXPECT_EQ(j["rows"], 2);
+    EXPECT_EQ(j["columns"], 3);
+    EXPECT_EQ(j["file_header"]["offset_bits"], 54);
+    EXPECT_EQ(j["info_header"]["bit_count"], 24);
+    const auto& c = j["components"];
+    EXPECT_EQ(c["pixels"], 6);
+    EXPECT_EQ(c["red"]["min"], -5);
+    EXPECT_EQ(c["red"]["max"], 0);
+    EXPECT_DOUBLE_EQ(c["red"]["mean"].get<double>(), -2.5);
+    EXPECT_EQ(c["green"]["max"], 50);
+    EXPECT_EQ(c["blue"]["min"], 95);
+  }
+  const Result text = Run({"calib", "show", "face.CA4"});
+  EXPECT_NE(text.out.find("signed"), std::string::npos) << text.out;
+}
+
+TEST_F(CalibToolTest, RenderDrawsPanelsOrOneColourPicture) {
+  WriteFace("face.CA4");
+  ASSERT_EQ(Run({"calib", "render", "face.CA4", "-o", "grey.png"}).status, 0);
+  ASSERT_EQ(Run({"calib", "render", "face.CA4", "-o", "rgb.png", "--rgb"}).status, 0);
+  n4tool::Picture grey, rgb;
+  std::string cause;
+  ASSERT_TRUE(n4tool::ReadPng(Path("grey.png"), grey, cause)) << cause;
+  ASSERT_TRUE(n4tool::ReadPng(Path("rgb.png"), rgb, cause)) << cause;
+  ASSERT_EQ(grey.width, 9u);
+  ASSERT_EQ(grey.height, 2u);
+  ASSERT_EQ(rgb.width, 3u);
+  // Pixel (2, 1) is number 5: red -5, green 50, blue 95.
+  const size_t pixel = (1 * 3 + 2) * 3;
+  EXPECT_EQ(rgb.rgb[pixel], 123);
+  EXPECT_EQ(rgb.rgb[pixel + 1], 178);
+  EXPECT_EQ(rgb.rgb[pixel + 2], 223);
+  for (int panel = 0; panel < 3; ++panel) {
+    SCOPED_TRACE(panel);
+    const size_t at = (1 * 9 + panel * 3 + 2) * 3;
+    EXPECT_EQ(grey.rgb[at], rgb.rgb[pixel + panel]);
+    EXPECT_EQ(grey.rgb[at + 1], grey.rgb[at]);
+  }
+}
+
+TEST_F(CalibToolTest, NewNameCountsRevisionsInTheDataDirectory) {
+  const Result first = Run({"calib", "new-name", "Lobby", "--face", "2"});
+  ASSERT_EQ(first.status, 0) << first.err;
+  const std::regex form(R"(Lobby\.(\d\d\w{3}\d\d|\d\d_\d\d_\d\d)\.FB\.R01\.CA4\n)");
+  ASSERT_TRUE(std::regex_match(first.out, form)) << first.out;
+  std::ofstream(Path("data/" + first.out.substr(0, first.out.size() - 1))) << "x";
+  std::string expected = first.out;
+  expected.replace(expected.find(".R01."), 5, ".R02.");
+  EXPECT_EQ(Run({"calib", "new-name", "Lobby", "--face", "2"}).out, expected);
+  EXPECT_EQ(Run({"calib", "new-name", "Lobby", "--face", "x"}).status, 2);
+}
+
+TEST_F(CalibToolTest, BadInputsFailWithOneLine) {
+  std::ofstream(Path("junk.CA4")) << "not a bitmap at all, just text";
+  std::ofstream(Path("eight.bmp"), std::ios::binary)
+      << std::string("BM") + std::string(12, '\0') + std::string("\x28\0\0\0", 4) + std::string(10, '\0') +
+             std::string("\x08\0", 2) + std::string(30, '\0');
+  const struct {
+    std::vector<std::string> args;
+    int status;
+  } cases[] = {
+      {{"calib", "show", "missing.CA4"}, 1},
+      {{"calib", "show", "junk.CA4"}, 1},
+      {{"calib", "show", "eight.bmp"}, 1},
+      {{"info", "junk.CA4"}, 1},
+      {{"calib", "render", "junk.CA4", "-o", "x.png"}, 1},
+      {{"calib", "render", "missing.CA4"}, 2},
+      {{"calib", "new-name", "Lobby"}, 2},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.args[1] + " " + c.args[2]);
+    const Result r = Run(c.args);
+    EXPECT_EQ(r.status, c.status) << r.err;
+    if (c.status == 1) {
+      EXPECT_EQ(r.err.rfind("n4file: ", 0), 0u) << r.err;
+    }
+  }
+}
+
+}  // namespace
