@@ -4,7 +4,7 @@
 
 #include "Tool.h"
 
-#define N4_TOOL_COMMANDS(X) X(Info) X(Create) X(Render) X(Compress) X(Registry) X(Path)
+#define N4_TOOL_COMMANDS(X) X(Info) X(Create) X(Render) X(Compress) X(Registry) X(Path) X(Dc)
 
 // Tried in order; put a more specific kind before the kind it refines.
 #define N4_INFO_RECOGNISERS(X) X(Sequence) X(Riff)
