@@ -36,6 +36,12 @@ std::string ShellQuote(const std::string& s) {
   return q + "'";
 }
 
+// The value at a JSON pointer, null when there is none.
+nlohmann::json At(const nlohmann::json& j, const std::string& key) {
+  const nlohmann::json::json_pointer pointer(key);
+  return j.contains(pointer) ? j.at(pointer) : nlohmann::json();
+}
+
 class SettingsToolTest : public ::testing::Test {
  protected:
   void SetUp() override {
@@ -143,5 +149,75 @@ TEST_F(SettingsToolTest, DcPagesRejectsWhatIsNotADirectory) {
   }
 }
 
+
+TEST_F(SettingsToolTest, InfoDescribesEverySettingsKind) {
+  CN4FileDCConfig config;
+  config.SetPathName(Path("Config.dc"));
+  ASSERT_EQ(config.AddCategory("News"), 1);
+  config.SetCategoryStyle(config.GetCategoryIndex("News"), "Bold");
+  config.SetGroupName("Evening");
+  config.WriteConfigData();
+  CN4FileDCGroup group("Evening");
+  group.SetPathName(Path("Evening.dcg"));
+  group.SetPageName("Main");
+  ASSERT_EQ(group.WritePage(1), 1);
+  WritePage("Main", "Scripting", {5});
+  std::ofstream(Path("Interface.ini")) << "[Configuration]\r\nComboBox1Label=Visitors:\r\nRequestCommand=802\r\n";
+  std::ofstream(Path("Teams.lci")) << "Team\tCity\nLions\tDetroit\nBears\n";
+  CN4FileInputTemplate input(Path("scores.txt"));
+  input.SetTemplateDesc("Scores");
+  input.SetFieldLength(input.AddField("Home", -1), 3);
+  input.SetFieldLength(input.AddField("Guest", -1), 4);
+  ASSERT_EQ(input.WriteTemplateData(), 1);
+
+  struct Case {
+    const char* file;
+    const char* kind;
+    const char* key;
+    nlohmann::json expected;
+  } const cases[] = {
+      {"Config.dc", "dc-config", "/categories/0/style", "Bold"},
+      {"Config.dc", "dc-config", "/group", "Evening"},
+      {"Evening.dcg", "dc-group", "/pages/0/number", 2},
+      {"Main.dcp", "dc-page", "/cells/0/number", 6},
+      {"Main.dcp", "dc-page", "/type", "Scripting"},
+      {"Interface.ini", "interface", "/combo_box_1_label", "Visitors:"},
+      {"Interface.ini", "interface", "/combo_box_2_label", "Home:"},
+      {"Interface.ini", "interface", "/request_command", 802},
+      {"Teams.lci", "selection-list", "/field_names/1", "City"},
+      {"Teams.lci", "selection-list", "/selections/1/1", ""},
+      {"scores.txt", "input-template", "/total_length", 7},
+      {"scores.txt", "input-template", "/fields/1/name", "Guest"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(std::string(c.file) + c.key);
+    const Output r = Run({"info", "--json", c.file});
+    ASSERT_EQ(r.status, 0) << r.err;
+    const auto j = nlohmann::json::parse(r.out);
+    EXPECT_EQ(j["kind"], c.kind);
+    EXPECT_EQ(At(j, c.key), c.expected) << r.out;
+    EXPECT_FALSE(Run({"info", c.file}).out.empty());
+  }
+}
+
+TEST_F(SettingsToolTest, InfoReadsDamagedSettingsFilesAsEmpty) {
+  std::string garbage(4096, '\0');
+  for (size_t i = 0; i < garbage.size(); ++i) garbage[i] = static_cast<char>(i * 131 % 251);
+  struct Case {
+    const char* file;
+    const char* key;
+    nlohmann::json expected;
+  } const cases[] = {
+      {"Bad.dcp", "/cells", nlohmann::json::array()},
+      {"Bad.dcg", "/pages", nlohmann::json::array()},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.file);
+    std::ofstream(Path(c.file), std::ios::binary) << garbage;
+    const Output r = Run({"info", "--json", c.file});
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(At(nlohmann::json::parse(r.out), c.key), c.expected);
+  }
+}
 
 }  // namespace

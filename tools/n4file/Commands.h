@@ -7,7 +7,7 @@
 #define N4_TOOL_COMMANDS(X) X(Info) X(Create) X(Render) X(Compress) X(Registry) X(Path) X(Dc)
 
 // Tried in order; put a more specific kind before the kind it refines.
-#define N4_INFO_RECOGNISERS(X) X(Sequence) X(Riff)
+#define N4_INFO_RECOGNISERS(X) X(Sequence) X(Riff) X(DcConfig) X(DcGroup) X(DcPage) X(InputTemplate) X(Interface) X(SelectionList)
 
 namespace n4tool {
 
