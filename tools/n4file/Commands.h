@@ -4,11 +4,14 @@
 
 #include "Tool.h"
 
-#define N4_TOOL_COMMANDS(X) \
-  X(Info) X(Create) X(Render) X(Compress) X(Registry) X(Path) X(Rtd) X(Script) X(Watch) X(Calib)
+#define N4_TOOL_COMMANDS(X)                                                              \
+  X(Info) X(Create) X(Render) X(Compress) X(Registry) X(Path) X(Rtd) X(Script) X(Watch) X(Calib) \
+  X(Dc)
 
 // Tried in order; put a more specific kind before the kind it refines.
-#define N4_INFO_RECOGNISERS(X) X(Sequence) X(Calibration) X(Riff) X(Rtd)
+#define N4_INFO_RECOGNISERS(X)                                                          \
+  X(Sequence) X(Calibration) X(Riff) X(Rtd) X(DcConfig) X(DcGroup) X(DcPage) X(InputTemplate) \
+  X(Interface) X(SelectionList)
 
 namespace n4tool {
 

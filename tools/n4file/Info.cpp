@@ -68,7 +68,7 @@ int Run(const std::vector<std::string>& files, bool json) {
 }  // namespace
 
 void AddInfoCommand(CLI::App& app) {
-  auto* cmd = app.add_subcommand("info", "Describe sequence, RIFF and real-time data configuration files");
+  auto* cmd = app.add_subcommand("info", "Describe sequence, calibration, RIFF, real-time data and settings files");
   auto files = std::make_shared<std::vector<std::string>>();
   auto json = std::make_shared<bool>(false);
   cmd->add_option("FILE", *files, "Files to describe")->required();
