@@ -151,7 +151,9 @@ TEST_F(CalibToolTest, BadInputsFailWithOneLine) {
       {{"calib", "new-name", "Lobby"}, 2},
   };
   for (const auto& c : cases) {
-    SCOPED_TRACE(c.args[1] + " " + c.args[2]);
+    std::string trace;
+    for (const auto& a : c.args) trace += a + " ";
+    SCOPED_TRACE(trace);
     const Result r = Run(c.args);
     EXPECT_EQ(r.status, c.status) << r.err;
     if (c.status == 1) {
