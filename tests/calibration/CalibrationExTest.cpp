@@ -76,8 +76,8 @@ TEST(CalibrationExPixels, NegativePointsAddressTheMirroredPixelAndAreRewritten) 
   EXPECT_EQ(CN4FileCalibrationEx::GetPixelOffset(&extreme, 10), ULONG_MAX);
   EXPECT_EQ(extreme.x, INT_MIN);
   EXPECT_EQ(f.GetPixelCalData(&extreme, &v), 0);
-  CPoint far(INT_MAX, INT_MAX);
-  EXPECT_EQ(CN4FileCalibrationEx::GetPixelOffset(&far, ULONG_MAX), ULONG_MAX);
+  CPoint distant(INT_MAX, INT_MAX);
+  EXPECT_EQ(CN4FileCalibrationEx::GetPixelOffset(&distant, ULONG_MAX), ULONG_MAX);
   EXPECT_EQ(CN4FileCalibrationEx::GetPixelOffset(nullptr, 10), 0ul);
 }
 
