@@ -93,25 +93,25 @@ bool DescribeCalibration(const std::string& path, nlohmann::ordered_json& json, 
     }
   }
 
-  json["rows"] = ih.biHeight;
-  json["columns"] = ih.biWidth;
+  json["rows"] = +ih.biHeight;
+  json["columns"] = +ih.biWidth;
   json["data_bytes"] = dataSize;
   json["file_header"] = {{"type", "BM"},
-                         {"size", fh.bfSize},
-                         {"reserved1", fh.bfReserved1},
-                         {"reserved2", fh.bfReserved2},
-                         {"offset_bits", fh.bfOffBits}};
-  json["info_header"] = {{"size", ih.biSize},
-                         {"width", ih.biWidth},
-                         {"height", ih.biHeight},
-                         {"planes", ih.biPlanes},
-                         {"bit_count", ih.biBitCount},
-                         {"compression", ih.biCompression},
-                         {"size_image", ih.biSizeImage},
-                         {"x_pels_per_meter", ih.biXPelsPerMeter},
-                         {"y_pels_per_meter", ih.biYPelsPerMeter},
-                         {"colors_used", ih.biClrUsed},
-                         {"colors_important", ih.biClrImportant}};
+                         {"size", +fh.bfSize},
+                         {"reserved1", +fh.bfReserved1},
+                         {"reserved2", +fh.bfReserved2},
+                         {"offset_bits", +fh.bfOffBits}};
+  json["info_header"] = {{"size", +ih.biSize},
+                         {"width", +ih.biWidth},
+                         {"height", +ih.biHeight},
+                         {"planes", +ih.biPlanes},
+                         {"bit_count", +ih.biBitCount},
+                         {"compression", +ih.biCompression},
+                         {"size_image", +ih.biSizeImage},
+                         {"x_pels_per_meter", +ih.biXPelsPerMeter},
+                         {"y_pels_per_meter", +ih.biYPelsPerMeter},
+                         {"colors_used", +ih.biClrUsed},
+                         {"colors_important", +ih.biClrImportant}};
   auto& stats = json["components"];
   stats["signed"] = true;
   stats["pixels"] = pixels;
