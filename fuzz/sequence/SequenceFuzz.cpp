@@ -39,10 +39,9 @@ void Walk(CN4SequenceFile& f) {
       CN4BulbData* bulb = g->GetBulbObj();
       if (!bulb->GetBulbCompInfoPtr()) continue;
       bulb->SetCompressMethod(static_cast<int>(g->GphHdr()->dwCompressMethod));
-      // Expansion writes at most one frame, never more than the size ceiling;
-      // a damaged start record may claim a sign of any size.
-      const DWORD frame = std::min(bulb->GetBulbCompInfoPtr()->FrameSize(), n4::kMaxFrameSize);
-      scratch.assign(8 + frame + 64, std::byte{0});
+      // The object's own bound: a damaged start record may claim a sign
+      // of any size, and then the chunk is copied as stored.
+      scratch.assign(bulb->CopyBytesRequired(0, 1) + 64, std::byte{0});
       bulb->CopyEx(scratch.data(), 0, 1);
       // The frame as a picture, the way the tool renders it.
       const std::vector<BYTE> pixels = n4::GraphicFramePixels(g);

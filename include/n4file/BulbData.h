@@ -75,9 +75,14 @@ constexpr DWORD FrameSize(DWORD height, DWORD width, DWORD color) {
   return size > 0xFFFFFFFFu ? 0xFFFFFFFFu : static_cast<DWORD>(size);
 }
 
-// The frame size assumed when a sequence has no start record, and the largest
-// frame this library will allocate work buffers for.
+// The frame size assumed when a sequence has no start record.
 inline constexpr DWORD kMaxFrameSize = 0x1800000;
+
+// The largest frame this library expands or allocates work buffers for
+// (256 MiB: a 16384 x 5461 sign at 24 bits). The start record's 16-bit
+// height and width could describe frames of several GiB; a file claiming
+// more than this is treated as damaged rather than trusted with memory.
+inline constexpr DWORD kLargestFrameSize = 0x10000000;
 
 // Bytes a destination must hold for any compressor given `length` input bytes
 // (the bit-packing methods can reach 9/8 of the input before they are
@@ -166,8 +171,9 @@ class N4FILE_API CN4BulbData : public CN4RiffChunk {
   // level 1 expands using the method set beforehand into a chunk of exactly
   // one frame, any other level copies verbatim.
   void* CopyEx(void* dest, int unused, int level) override;
-  // Expanding writes one frame of the shared record's geometry, compressing
-  // at most n4::CompressBound of the stored bytes.
+  // Expanding writes one frame of the shared record's geometry (a frame
+  // over n4::kLargestFrameSize is copied as stored), compressing at most
+  // n4::CompressBound of the stored bytes.
   DWORD CopyBytesRequired(int unused, int level) const override;
   // Appends a zeroed "bulb" chunk of one frame (CalcSize).
   void* AppendToFile(CN4RiffFile* file) override;
@@ -179,8 +185,8 @@ class N4FILE_API CN4BulbData : public CN4RiffChunk {
   int GetCompressMethod() const { return m_nCompressMethod; }
   BYTE* BulbData() const { return reinterpret_cast<BYTE*>(m_Chunk.pData); }
 
-  // Frame size from the file's start-of-sequence record, at most
-  // n4::kMaxFrameSize; n4::kMaxFrameSize when the record is missing.
+  // Frame size from the file's start-of-sequence record (0xFFFFFFFF for a
+  // geometry beyond 32 bits); n4::kMaxFrameSize when the record is missing.
   DWORD CalcSize(CN4RiffFile* file) const;
   // Chunk bytes needed to append one frame (header, body and pad byte).
   DWORD BytesRequired(CN4RiffFile* file) const;

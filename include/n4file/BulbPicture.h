@@ -49,7 +49,7 @@ N4FILE_API DWORD BestLosslessLevel(DWORD color);
 
 // One frame of bulb data (n4::FrameSize bytes) showing `rgb`, a picture of
 // exactly width x height pixels; padding bits are zero. Empty for no
-// technology, an empty sign or a frame larger than n4::kMaxFrameSize.
+// technology, an empty sign or a frame larger than n4::kLargestFrameSize.
 N4FILE_API std::vector<BYTE> PictureToBulbData(const BYTE* rgb, DWORD height, DWORD width, DWORD color);
 
 // The picture (width x height x 3 bytes) that a frame shows. Empty when

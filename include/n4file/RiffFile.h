@@ -319,6 +319,10 @@ class N4FILE_API CN4RiffFile : public CN4RiffChunk {
 
   // Object array.
   int AddObject(DWORD id, int pos);
+  // Copies src in as a new object. The working file holds every record at
+  // its full size, so that it can be edited like a fresh one: a mode of 0
+  // (verbatim) or below (compact) is taken as 1 (expand); compress is passed
+  // on as given.
   int AddObject(CN4RiffChunk* src, int pos, int mode, int compress);
   int RemoveObject(int index);
   CN4RiffChunk* GetObject(int index);

@@ -118,7 +118,7 @@ void SN4BulbCompInfo::CleanUp() {
 DWORD SN4BulbCompInfo::FrameSize() const { return n4::FrameSize(m_dwHeight, m_dwWidth, m_dwColor); }
 
 bool SN4BulbCompInfo::ReserveBuffers(DWORD frameSize) {
-  if (frameSize > n4::kMaxFrameSize) return false;
+  if (frameSize > n4::kLargestFrameSize) return false;
   const DWORD size = frameSize + 4;
   if (m_dwBufferSize < size) {
     // A smaller buffer belonged to another geometry: its frame is no

@@ -17,9 +17,10 @@ constexpr DWORD kSosRecordSize = 48;
 constexpr int kLevelDirectRle = -10;
 constexpr int kLevelBitPacking = -30;
 
-// One frame of the shared geometry, never more than the size ceiling: the
-// working file sized the chunk's slot the same way (CalcSize).
-DWORD ExpandedSize(const SN4BulbCompInfo& info) { return std::min(info.FrameSize(), n4::kMaxFrameSize); }
+// Expansion writes one whole frame of the shared geometry, the size the
+// working file gave the chunk's slot (CalcSize); a geometry beyond what
+// the library expands leaves the chunk as stored.
+bool CanExpand(const SN4BulbCompInfo& info) { return info.FrameSize() <= n4::kLargestFrameSize; }
 
 }  // namespace
 
@@ -30,8 +31,7 @@ DWORD CN4BulbData::CalcSize(CN4RiffFile* file) const {
   CN4RiffChunk* sos = file->FindObject(kFourccSos, 2, nullptr);
   if (!sos || !sos->Data() || sos->GetSize() < kSosRecordSize) return n4::kMaxFrameSize;
   const auto* record = static_cast<const BYTE*>(sos->Data());
-  const DWORD size = n4::FrameSize(n4::ReadLE16(record + 16), n4::ReadLE16(record + 18), n4::ReadLE32(record + 20));
-  return std::min(size, n4::kMaxFrameSize);
+  return n4::FrameSize(n4::ReadLE16(record + 16), n4::ReadLE16(record + 18), n4::ReadLE32(record + 20));
 }
 
 DWORD CN4BulbData::BytesRequired(CN4RiffFile* file) const { return ChunkBytesRequired(CalcSize(file)); }
@@ -50,13 +50,13 @@ void* CN4BulbData::CopyEx(void* dest, int unused, int level) {
   if (!dest || !m_Chunk.pChunk) return dest;
   if (!m_pBulbCompInfo || !m_Chunk.pData) return CN4RiffChunk::CopyEx(dest, unused, level);
   if (level < 0) return CompressTo(static_cast<BYTE*>(dest), level);
-  if (level == 1) return ExpandTo(static_cast<BYTE*>(dest));
+  if (level == 1 && CanExpand(*m_pBulbCompInfo)) return ExpandTo(static_cast<BYTE*>(dest));
   return CN4RiffChunk::CopyEx(dest, unused, level);
 }
 
 DWORD CN4BulbData::CopyBytesRequired(int unused, int level) const {
   if (!m_Chunk.pChunk || !m_pBulbCompInfo || !m_Chunk.pData) return CN4RiffChunk::CopyBytesRequired(unused, level);
-  if (level == 1) return ChunkBytesRequired(ExpandedSize(*m_pBulbCompInfo));
+  if (level == 1 && CanExpand(*m_pBulbCompInfo)) return ChunkBytesRequired(m_pBulbCompInfo->FrameSize());
   if (level < 0) return ChunkBytesRequired(n4::CompressBound(GetSize()));
   return CN4RiffChunk::CopyBytesRequired(unused, level);
 }
@@ -103,13 +103,18 @@ DWORD CN4BulbData::CompressPlanar(const BYTE* src, DWORD n, BYTE* out, int level
     m_nCompressMethod = choice;
     return size;
   }
-  // The estimate was too kind and the packing would outgrow the raw frame.
-  return n4::bulb::StoreRaw(src, n, out, &m_nCompressMethod);
+  // The estimate was too kind and the packing would outgrow the raw frame:
+  // the run-length result it was meant to beat stands (the packing attempt
+  // wrote over it, so it is encoded again). After a run-length success the
+  // estimate is below the counted bytes, n - 1, and a stream is at most two
+  // bytes over its estimate, so this is reached when run-length itself fell
+  // back to raw.
+  return n4::bulb::EncodeRle(src, n, out, n, nullptr, &m_nCompressMethod);
 }
 
 void* CN4BulbData::ExpandTo(BYTE* dest) {
   SN4BulbCompInfo& info = *m_pBulbCompInfo;
-  const DWORD frame = ExpandedSize(info);
+  const DWORD frame = info.FrameSize();
   // A zeroed frame: whatever a damaged stream cannot fill stays dark.
   void* next = WriteChunkHeader(dest, kFourccBulb, frame, 0);
   const bool haveBuffers = info.ReserveBuffers(frame);

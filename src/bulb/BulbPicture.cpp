@@ -70,7 +70,7 @@ void ShowValue(unsigned v, DWORD y, DWORD x, BulbLight light, int n, BYTE* p) {
 
 bool Valid(DWORD height, DWORD width, DWORD color) {
   if (LightOf(color) == kLightUnknown || height == 0 || width == 0) return false;
-  return FrameSize(height, width, color) <= kMaxFrameSize;
+  return FrameSize(height, width, color) <= kLargestFrameSize;
 }
 
 size_t PlaneStride(DWORD width) { return static_cast<size_t>((width + 15) >> 4) * 2; }

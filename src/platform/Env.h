@@ -111,7 +111,7 @@ class ChildProcess {
 // one even when size and time happen to match).
 struct FileStamp {
   std::uint64_t size = 0;
-  std::int64_t modified = 0;
+  std::int64_t modified = 0;  // nanoseconds since 1970-01-01 UTC
   std::uint64_t identity = 0;
   bool operator==(const FileStamp&) const = default;
 };

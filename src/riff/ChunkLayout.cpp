@@ -59,7 +59,9 @@ void* NextChunkPtr(const void* chunk) {
   return const_cast<std::byte*>(Bytes(chunk)) + 8 + size + (size & 1);
 }
 
-DWORD ChunkBytesRequired(DWORD size) { return 8 + size + (size & 1); }
+// Saturates instead of wrapping: a size near 4 GiB must ask for more room
+// than any file can give, not for a few bytes.
+DWORD ChunkBytesRequired(DWORD size) { return size > 0xFFFFFFFFu - 9 ? 0xFFFFFFFFu : 8 + size + (size & 1); }
 
 DWORD ChunkId(const void* chunk) {
   if (!chunk) return 0;

@@ -44,6 +44,9 @@ int CN4RiffFile::AddObject(CN4RiffChunk* src, int pos, int mode, int compress) {
   // The copy is written over the fresh chunk and may be larger (longer
   // records, or pixels expanded for another sign's geometry): reserve room
   // for the larger of the two before the fresh append.
+  // A record copied from a saved file arrives compacted (strings with room
+  // for their own text only); the working copy expands it.
+  mode = std::max(mode, 1);
   const DWORD sourceBytes = src->StartOfChunkPtr() ? src->CopyBytesRequired(mode, compress) : 0;
   if (!GrowFile(sourceBytes)) return -1;
   const int index = AddObject(src->Type(), pos);

@@ -1,10 +1,12 @@
 // CN4RiffFile: opening, mapping, growth and closing of the working file.
 #include <algorithm>
+#include <chrono>
 #include <ctime>
 
 #include "n4file/RiffFile.h"
 #include "platform/Env.h"
 #include "riff/LastError.h"
+#include "riff/StaleWorkingCopies.h"
 #include "util/ByteOrder.h"
 
 namespace n4 {
@@ -35,6 +37,9 @@ void CN4RiffFile::RecordError(DWORD code, const std::string& text) {
   m_dwLastError = code;
   m_strLastError = text;
 }
+
+// A working copy untouched for this long and held by nobody is an orphan.
+constexpr std::chrono::seconds kStaleWorkingCopyAge{60};
 
 int CN4RiffFile::GetTmpN4File(std::string& name) {
   Env* env = Env::Default();
@@ -72,6 +77,11 @@ int CN4RiffFile::Open(const char* path, N4OpenFlags flags, DWORD formType) {
   };
 
   if (flags == OpenModify || flags == OpenCreate) {
+    // An editor that was killed left its working copy behind; without this
+    // the temporary directory would fill with whole copies of sequences.
+    if (std::string dir; env->GetTempDirectory(&dir, &LastSysError())) {
+      n4::RemoveStaleWorkingCopies(env, dir, kStaleWorkingCopyAge);
+    }
     m_bUsesTempFile = 1;
     std::string tmp;
     if (!GetTmpN4File(tmp)) {

@@ -12,7 +12,7 @@ std::vector<BYTE> GraphicFramePixels(CN4GphFrame* frame) {
   SN4BulbCompInfo* info = bulb->GetBulbCompInfoPtr();
   if (!info) return {};
   const DWORD want = info->FrameSize();
-  if (want == 0 || want > kMaxFrameSize) return {};
+  if (want == 0 || want > kLargestFrameSize) return {};
   const BYTE* stored = frame->BulbData();
   const DWORD length = bulb->GetSize();
   const DWORD method = frame->GphHdr()->dwCompressMethod;

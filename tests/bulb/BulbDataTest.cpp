@@ -83,7 +83,7 @@ TEST(BulbCompInfo, CopiesSettingsButNeverBuffers) {
   EXPECT_EQ(moved.m_pDecodeBuffer, nullptr);
   EXPECT_EQ(moved.m_dwBufferSize, 0u);
   EXPECT_EQ(moved.m_dwWidth, 96u);
-  EXPECT_FALSE(moved.ReserveBuffers(n4::kMaxFrameSize + 1));
+  EXPECT_FALSE(moved.ReserveBuffers(n4::kLargestFrameSize + 1));
 }
 
 // What each kind of content turns into at each level; every stored frame

@@ -45,7 +45,7 @@ Sign ParseSign(const Options& o) {
   const auto color = ColorByName(o.color);
   if (!color) UsageError("unknown colour technology \"" + o.color + "\"; one of " + ColorNames());
   sign.color = *color;
-  if (n4::FrameSize(rows, cols, sign.color) > n4::kMaxFrameSize) UsageError("the sign " + o.size + " is too large");
+  if (n4::FrameSize(rows, cols, sign.color) > n4::kLargestFrameSize) UsageError("the sign " + o.size + " is too large");
   // Without --pixel, the first pixel technology the colour allows.
   std::vector<std::string> valid;
   for (int p = PixelTechI; p <= PixelTechL; ++p) {

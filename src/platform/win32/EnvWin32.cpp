@@ -235,8 +235,11 @@ class Win32Env final : public Env {
     WIN32_FILE_ATTRIBUTE_DATA data{};
     if (!::GetFileAttributesExA(path.c_str(), GetFileExInfoStandard, &data)) return FailLastError(err);
     stamp->size = (static_cast<std::uint64_t>(data.nFileSizeHigh) << 32) | data.nFileSizeLow;
-    stamp->modified = static_cast<std::int64_t>((static_cast<std::uint64_t>(data.ftLastWriteTime.dwHighDateTime) << 32) |
-                                                data.ftLastWriteTime.dwLowDateTime);
+    // 100-ns ticks since 1601 to nanoseconds since 1970, as on every platform.
+    const std::uint64_t ticks =
+        (static_cast<std::uint64_t>(data.ftLastWriteTime.dwHighDateTime) << 32) | data.ftLastWriteTime.dwLowDateTime;
+    constexpr std::int64_t kTicksFrom1601To1970 = 116444736000000000;
+    stamp->modified = (static_cast<std::int64_t>(ticks) - kTicksFrom1601To1970) * 100;
     stamp->identity = 0;
     return true;
   }
