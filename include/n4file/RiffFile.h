@@ -16,6 +16,7 @@
 
 #include <bit>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <span>
 #include <string>
@@ -356,6 +357,12 @@ class N4FILE_API CN4RiffFile : public CN4RiffChunk {
   DWORD GetLastFileError() const { return m_dwLastError; }
   const char* GetPtrToErrorString() const { return m_strLastError.c_str(); }
 
+  // Called as a long step goes on: the copy for editing made by Open (bytes
+  // of the original walked), then each Update (objects written), with the
+  // work done and the work in all. Stays set across Open and Close.
+  using ProgressHandler = std::function<void(std::uint64_t done, std::uint64_t total)>;
+  void SetProgressHandler(ProgressHandler handler) { m_fnProgress = std::move(handler); }
+
   // Introspection for tools and tests.
   N4OpenFlags GetOpenFlags() const { return m_nOpenFlags; }
   const std::string& GetOriginalPath() const { return m_strOriginalPath; }
@@ -398,6 +405,7 @@ class N4FILE_API CN4RiffFile : public CN4RiffChunk {
   std::vector<std::unique_ptr<CN4RiffChunk>> m_aObjects;
   std::uint64_t m_qwHighWater = 0;  // offset past every byte ever written in the working file
   bool m_bParsing = false;          // BuildObjectArray is running (object creation may look things up)
+  ProgressHandler m_fnProgress;
 
  private:
   int CreateMappingForLength(std::uint64_t used);

@@ -80,6 +80,7 @@ int CN4RiffFile::CopyToTemp() {
       }
     }
     p = next;
+    if (m_fnProgress) m_fnProgress(static_cast<std::uint64_t>(p - base), static_cast<std::uint64_t>(riffEnd - base));
   }
   original.reset();
   if (result) RecordError(0, "");
@@ -158,7 +159,9 @@ int CN4RiffFile::Update() {
     compress = -static_cast<int>(std::min<DWORD>(RiffHdr()->dwCompression, INT_MAX));
   }
   auto* p = static_cast<std::byte*>(riff.Data());
+  std::uint64_t written = 0;
   for (auto& object : m_aObjects) {
+    if (m_fnProgress) m_fnProgress(written++, m_aObjects.size());
     if (!object) continue;
     p = static_cast<std::byte*>(object->CopyEx(p, -1, compress));
     if (!p || p > limit) {
@@ -171,6 +174,7 @@ int CN4RiffFile::Update() {
     }
   }
   riff.SizeChunk(p);
+  if (m_fnProgress) m_fnProgress(written, m_aObjects.size());
   const std::uint64_t length = static_cast<std::uint64_t>(p - start);
   view.reset();
   if (!out->SetLength(length, &LastSysError())) {

@@ -49,7 +49,10 @@ int Run(const Options& o) {
   if (!Survey(o.sequence, before, cause)) return Fail(o.sequence, cause);
   {
     CN4SequenceFile file;
+    Progress opening("expanding", 1), saving("saving", 1);
+    file.SetProgressHandler(opening.Handler());
     if (!OpenSequence(file, o.sequence, OpenModify, cause)) return Fail(o.sequence, cause);
+    file.SetProgressHandler(saving.Handler());
     file.RiffHdr()->dwCompression = static_cast<DWORD>(o.level);
     if (!o.out.empty() && !file.SetOriginalPath(o.out)) return Fail(o.out, "cannot be written");
     if (!file.Update()) return Fail(target, std::string("cannot save: ") + file.GetPtrToErrorString());

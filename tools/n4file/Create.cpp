@@ -132,7 +132,7 @@ int Run(const Options& o) {
   if (!o.keywords.empty()) file.SetKeywordsString(o.keywords.c_str());
   if (!o.copyright.empty()) file.SetCopyrightString(o.copyright.c_str());
   if (!o.created.empty()) file.SetCreationDateString(o.created.c_str());
-  Progress progress("creating", static_cast<int>(pictures.size()));
+  Progress progress("creating", pictures.size());
   for (const Picture& picture : pictures) {
     const int n = file.AddFrame(n4::kFourccGrp, 9999);
     auto* frame = n > 0 ? n4::KindOf<CN4GphFrame>(file.Frame(n)) : nullptr;
@@ -148,6 +148,10 @@ int Run(const Options& o) {
     progress.Step();
   }
   file.RiffHdr()->dwCompression = o.compress < 0 ? n4::BestLosslessLevel(sign.color) : static_cast<DWORD>(o.compress);
+  // Compressing (the video codec above all) can take far longer than
+  // adding the frames did.
+  Progress saving("saving", 1);
+  file.SetProgressHandler(saving.Handler());
   if (!file.Update()) return Fail(o.out, std::string("cannot save: ") + file.GetPtrToErrorString());
   file.Close();
   return kExitOk;

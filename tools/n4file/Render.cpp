@@ -105,7 +105,7 @@ int RenderSheet(CN4SequenceFile& file, const Options& o) {
   Picture sheet = Blank(static_cast<DWORD>(margin + columns * (tileW + margin)),
                         static_cast<DWORD>(margin + rows * (tileH + margin)));
   std::fill(sheet.rgb.begin(), sheet.rgb.end(), BYTE{12});
-  Progress progress("rendering", static_cast<int>(shown.size()));
+  Progress progress("rendering", shown.size());
   for (size_t k = 0; k < shown.size(); ++k) {
     const int left = margin + static_cast<int>(k % columns) * (tileW + margin);
     const int top = margin + static_cast<int>(k / columns) * (tileH + margin);

@@ -3,13 +3,32 @@
 // configuration; listed after the kinds that have one.
 #include "RtdKind.h"
 
+#include <fstream>
+
 #include "Commands.h"
 #include "RiffKind.h"
 #include "RtdJson.h"
 
 namespace n4tool {
 
+namespace {
+
+// The library loads a file of another version as an empty configuration,
+// as the service does; the tool says so rather than show nothing.
+bool HasOtherVersion(const std::string& path, std::string& cause) {
+  unsigned char head[4];
+  std::ifstream in(path, std::ios::binary);
+  if (!in.read(reinterpret_cast<char*>(head), sizeof head)) return false;  // the loader reports short files
+  const unsigned long version = head[0] | head[1] << 8 | head[2] << 16 | static_cast<unsigned long>(head[3]) << 24;
+  if (version == 1) return false;
+  cause = "not a real-time data configuration of version 1 (it starts with " + std::to_string(version) + ")";
+  return true;
+}
+
+}  // namespace
+
 bool LoadRtd(const std::string& path, CN4FileCRtd& rtd, std::string& cause) {
+  if (HasOtherVersion(path, cause)) return false;
   try {
     if (rtd.ReadFile(path)) return true;
     cause = "cannot be read";

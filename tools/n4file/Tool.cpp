@@ -28,20 +28,34 @@ std::string CauseWithoutFile(const std::string& what, const std::string& fileNam
 
 void UsageError(const std::string& message) { throw CLI::ValidationError(message); }
 
-Progress::Progress(std::string what, int total)
-    : m_what(std::move(what)), m_total(total), m_shown(total > 1 && StderrIsTerminal()) {}
+Progress::Progress(std::string what, std::uint64_t total)
+    : m_what(std::move(what)), m_total(total), m_terminal(StderrIsTerminal()) {}
 
 Progress::~Progress() {
-  if (m_shown) std::fprintf(stderr, "\r\033[K");
+  if (m_drawn) std::fprintf(stderr, "\r\033[K");
 }
 
-void Progress::Step() {
-  ++m_done;
-  if (!m_shown) return;
-  constexpr int kWidth = 30;
-  const int filled = m_total > 0 ? m_done * kWidth / m_total : kWidth;
-  std::fprintf(stderr, "\r%s [%-*s] %d/%d", m_what.c_str(), kWidth, std::string(filled, '#').c_str(), m_done,
-               m_total);
+void Progress::Step() { Set(m_done + 1, m_total); }
+
+void Progress::Set(std::uint64_t done, std::uint64_t total) {
+  m_done = done;
+  m_total = total;
+  if (!m_terminal) return;
+  if (!m_drawn && std::chrono::steady_clock::now() - m_start < std::chrono::seconds(1)) return;
+  m_drawn = true;
+  Draw();
+}
+
+std::function<void(std::uint64_t, std::uint64_t)> Progress::Handler() {
+  return [this](std::uint64_t done, std::uint64_t total) { Set(done, total); };
+}
+
+void Progress::Draw() {
+  constexpr std::uint64_t kWidth = 30;
+  const std::uint64_t filled = m_total > 0 ? std::min(m_done, m_total) * kWidth / m_total : kWidth;
+  const int percent = m_total > 0 ? static_cast<int>(std::min(m_done, m_total) * 100 / m_total) : 100;
+  std::fprintf(stderr, "\r%s [%-*s] %3d%%", m_what.c_str(), static_cast<int>(kWidth),
+               std::string(filled, '#').c_str(), percent);
   std::fflush(stderr);
 }
 

@@ -3,7 +3,10 @@
 // `info`.
 #pragma once
 
+#include <chrono>
+#include <cstdint>
 #include <cstdio>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -29,19 +32,27 @@ std::string CauseWithoutFile(const std::string& what, const std::string& fileNam
 // A usage error: CLI11 prints it and main exits with kExitUsage.
 [[noreturn]] void UsageError(const std::string& message);
 
-// A bar on standard error for work that may take a while; silent unless
-// standard error is a terminal.
+// A bar on standard error for work that may take a while: drawn once the
+// work has run for a second, never when standard error is not a terminal.
 class Progress {
  public:
-  Progress(std::string what, int total);
+  Progress(std::string what, std::uint64_t total);
   ~Progress();
   void Step();
+  void Set(std::uint64_t done, std::uint64_t total);
+  // For the library's long steps (CN4RiffFile::SetProgressHandler); the
+  // handler refers to this object.
+  std::function<void(std::uint64_t, std::uint64_t)> Handler();
 
  private:
+  void Draw();
+
   std::string m_what;
-  int m_total;
-  int m_done = 0;
-  bool m_shown;
+  std::uint64_t m_total;
+  std::uint64_t m_done = 0;
+  bool m_terminal;
+  bool m_drawn = false;
+  std::chrono::steady_clock::time_point m_start = std::chrono::steady_clock::now();
 };
 
 bool EqualsNoCase(const std::string& a, const std::string& b);
