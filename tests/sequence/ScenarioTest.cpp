@@ -66,7 +66,7 @@ void ExpectContent(CN4SequenceFile& f, const Expected& e, const Sign& sign) {
     auto* g = dynamic_cast<CN4GphFrame*>(f.Frame(n));
     ASSERT_NE(g, nullptr);
     EXPECT_EQ(g->GetFrameNumber(), n);
-    Bytes decoded = n4test::DecodedPixels(g);
+    Bytes decoded = n4::GraphicFramePixels(g);
     if (g->GphHdr()->dwCompressMethod == N4_BULB_COMPRESS_VIDEO) {
       EXPECT_EQ(decoded.size(), pixels.size());
     } else {
@@ -135,7 +135,7 @@ TEST(SequenceScenario, EverySignAndCompressionRoundTrips) {
         auto* g = dynamic_cast<CN4GphFrame*>(f.Frame(n));
         ASSERT_NE(g, nullptr) << n;
         if (g->GphHdr()->dwCompressMethod != N4_BULB_COMPRESS_VIDEO) {
-          EXPECT_TRUE(n4test::DecodedPixels(g) == pixels) << n;
+          EXPECT_TRUE(n4::GraphicFramePixels(g) == pixels) << n;
         }
       }
       EXPECT_NE(dynamic_cast<CN4CmdFrame*>(f.Frame(4)), nullptr);
