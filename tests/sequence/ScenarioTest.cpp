@@ -144,19 +144,4 @@ TEST(SequenceScenario, EverySignAndCompressionRoundTrips) {
   }
 }
 
-TEST(SequenceScenario, CompressionShrinksPlanarSequences) {
-  n4test::TempDir dir;
-  std::uint64_t sizes[2] = {};
-  for (int compressed = 0; compressed < 2; ++compressed) {
-    const std::string path = dir.File(std::string("s").append(std::to_string(compressed)));
-    CN4SequenceFile f;
-    ASSERT_EQ(f.OpenCreate(path.c_str(), 32, 96, Mono4, PixelTechI), 1);
-    f.RiffHdr()->dwCompression = compressed;
-    for (int i = 0; i < 20; ++i) ASSERT_GT(n4test::AddGraphic(f, n4test::FrameContent(32, 96, Mono4, i)), 0);
-    ASSERT_EQ(f.Update(), 1);
-    sizes[compressed] = n4test::ReadFile(path).size();
-  }
-  EXPECT_LT(sizes[1], sizes[0]);
-}
-
 }  // namespace
