@@ -1,4 +1,5 @@
 // Methods 5 and 7, the run-length coders of the direct-colour technologies.
+// Their round trips run through the chunk copy in BulbDataTest.
 #include <gtest/gtest.h>
 
 #include "SignContent.h"
@@ -73,38 +74,6 @@ TEST(Rgb24, StoredLayout) {
   const Bytes noise = n4test::RandomBytes(300, 2);
   EXPECT_EQ(Encode(CN4BulbData::CompressRGB24, noise, &method), noise);
   EXPECT_EQ(method, N4_BULB_COMPRESS_NONE);
-}
-
-TEST(DirectColour, RoundTripsPictures) {
-  struct Size {
-    int height, width;
-  };
-  for (Size s : {Size{32, 96}, Size{17, 33}, Size{128, 256}, Size{1, 1}}) {
-    for (int bitCount : {16, 24}) {
-      SCOPED_TRACE(testing::Message() << s.height << "x" << s.width << " at " << bitCount << " bits");
-      const DWORD color = bitCount == 16 ? RGB32KB : RGB16MB;
-      const DWORD frame = n4::FrameSize(static_cast<DWORD>(s.height), static_cast<DWORD>(s.width), color);
-      for (const Bytes& in : {n4test::ColourPicture(s.height, s.width, bitCount, 3), Bytes(frame, 0x42),
-                              n4test::RunnyBytes(frame, 9, 4, 5)}) {
-        int method = -1;
-        Bytes stream = bitCount == 16 ? Encode(CN4BulbData::CompressRLEWord, in, &method)
-                                      : Encode(CN4BulbData::CompressRGB24, in, &method);
-        if (method == N4_BULB_COMPRESS_NONE) {
-          ASSERT_EQ(stream, in);
-          continue;
-        }
-        ASSERT_LE(stream.size(), in.size());
-        Bytes out(in.size());
-        const DWORD got = bitCount == 16
-                              ? CN4BulbData::DecompressRLEWord(stream.data(), out.data(),
-                                                               static_cast<DWORD>(stream.size()), frame)
-                              : CN4BulbData::DecompressRGB24(stream.data(), out.data(),
-                                                             static_cast<DWORD>(stream.size()), frame);
-        ASSERT_EQ(got, frame);
-        ASSERT_EQ(out, in);
-      }
-    }
-  }
 }
 
 }  // namespace

@@ -95,10 +95,13 @@ TEST(Rle, HistogramSkipsTheFirstByteAndStopsWithTheEncoding) {
   EXPECT_EQ(stopped.histogram[2], 1u);
 }
 
-// Every short two-value pattern, alone and between long runs, and content
-// with run lengths around every boundary: the encoder must agree with the
-// model byte for byte, histogram included, and decode back.
-TEST(Rle, AgreesWithTheModel) {
+// Inputs for the model: every short two-value pattern, alone and between
+// long runs; run lengths around every boundary; lengths and run positions
+// around the 16- and 32-byte steps of the scans and copies; and input that
+// repeats earlier input (coded by copying what was written for it then):
+// exact, shifted, broken part-way, and incompressible, where the copy must
+// not hide the fall-back to raw.
+std::vector<Bytes> ModelInputs() {
   std::vector<Bytes> inputs;
   for (int length = 0; length <= 10; ++length) {
     for (int pattern = 0; pattern < (1 << length); ++pattern) {
@@ -119,25 +122,8 @@ TEST(Rle, AgreesWithTheModel) {
   for (DWORD color : {Mono1, Mono4, Mono16, Tri256, RGB64, RGB4K, RGB16M}) {
     inputs.push_back(n4test::PlanarTextFrame(32, 96, color, color + 1));
     inputs.push_back(n4test::PlanarTextFrame(33, 90, color, color + 2));
+    inputs.push_back(n4test::PlanarTextFrame(128, 256, color, 3));
   }
-  for (const Bytes& in : inputs) {
-    const Encoded got = Encode(in);
-    const n4test::RleModelResult want = n4test::ModelRle(in);
-    ASSERT_EQ(got.stream, want.stream) << "input of " << in.size() << " bytes";
-    ASSERT_EQ(got.method, want.method);
-    ASSERT_EQ(got.histogram, want.histogram);
-    if (got.method == N4_BULB_COMPRESS_RLE) {
-      ASSERT_EQ(Decode(got.stream, static_cast<DWORD>(in.size())), in);
-    }
-  }
-}
-
-// Lengths and run positions around the 16- and 32-byte steps of the scans
-// and copies, encoded both into a roomy buffer and into one no larger than
-// the input (as the chunk copy does), where a stream that would not fit must
-// fall back to raw. Decoding into a destination of exactly the count must
-// give the input back whichever path each token takes.
-TEST(Rle, AgreesWithTheModelAtStepBoundaries) {
   std::mt19937 rng(11);
   for (size_t length : {1, 2, 15, 16, 17, 31, 32, 33, 34, 47, 48, 63, 64, 65, 129, 200}) {
     for (int trial = 0; trial < 60; ++trial) {
@@ -147,52 +133,9 @@ TEST(Rle, AgreesWithTheModelAtStepBoundaries) {
         const BYTE v = static_cast<BYTE>(rng() % 3);
         for (size_t r = 1 + rng() % static_cast<unsigned>(maxRun); r != 0 && k < length; --r) in[k++] = v;
       }
-      SCOPED_TRACE(testing::Message() << length << " bytes, trial " << trial);
-      const n4test::RleModelResult want = n4test::ModelRle(in);
-      ASSERT_EQ(Encode(in).stream, want.stream);
-
-      const auto n = static_cast<DWORD>(length);
-      Bytes tight(n);
-      int method = -1;
-      tight.resize(n4::bulb::EncodeRle(in.data(), n, tight.data(), n, nullptr, &method));
-      const bool fits = want.stream.size() <= length;
-      ASSERT_EQ(tight, fits ? want.stream : in);
-      ASSERT_EQ(method, fits ? want.method : N4_BULB_COMPRESS_NONE);
-      if (want.method == N4_BULB_COMPRESS_RLE) {
-        ASSERT_EQ(Decode(want.stream, n), in);
-      }
+      inputs.push_back(in);
     }
   }
-}
-
-TEST(Rle, DecoderStopsAtCountCapacityAndInput) {
-  const Bytes stream = Encode(Concat({Repeat(50, 1), Of({2, 3, 4, 5}), Repeat(50, 6)})).stream;
-  EXPECT_EQ(Decode(stream, 104).size(), 104u);
-  EXPECT_EQ(Decode(stream, 52), Concat({Repeat(50, 1), Of({2, 3})}));
-
-  // Count smaller than the runs: output ends at the count.
-  Bytes lying = stream;
-  lying[0] = 10;
-  EXPECT_EQ(Decode(lying, 200), Repeat(10, 1));
-
-  // Shorter than a count and one control byte: nothing.
-  EXPECT_TRUE(Decode(Of({4, 0, 0, 0}), 16).empty());
-  // Truncated inside a literal: what is there.
-  EXPECT_EQ(Decode(Of({9, 0, 0, 0, 0x05, 1, 2}), 16), Of({1, 2}));
-
-  // The three-argument form sizes the destination by the count.
-  Bytes out(104);
-  EXPECT_EQ(CN4BulbData::DecompressRLE(stream.data(), out.data(), static_cast<DWORD>(stream.size())), 104u);
-}
-
-// Input that repeats earlier input is coded by copying what was written for
-// it then, and a stream that repeats earlier tokens is decoded by copying
-// their output. Repeats exact, shifted, broken part-way, and incompressible
-// (where the copy must not hide the fall-back to raw): every stream must be
-// the model's, and every decode the model decoder's, at any capacity.
-std::vector<Bytes> RepetitiveInputs() {
-  std::vector<Bytes> inputs;
-  std::mt19937 rng(23);
   for (size_t block : {40, 300, 1000, 5000}) {
     for (int trial = 0; trial < 6; ++trial) {
       const Bytes unit = trial % 3 == 2 ? n4test::RandomBytes(block, static_cast<std::uint32_t>(trial))
@@ -208,18 +151,18 @@ std::vector<Bytes> RepetitiveInputs() {
       inputs.push_back(in);
     }
   }
-  for (DWORD color : {Mono1, Tri256, RGB16M}) {
-    inputs.push_back(n4test::PlanarTextFrame(128, 256, color, 3));
-    inputs.push_back(n4test::PlanarTextFrame(100, 200, color, 4));
-  }
   // Repeats just long enough to pay, ending where the raw fall-back begins.
   const Bytes noisy = n4test::RandomBytes(700, 9);
   inputs.push_back(Concat({Repeat(2000, 0), noisy, Repeat(5, 1), noisy, noisy}));
   return inputs;
 }
 
-TEST(Rle, RepeatedInputAgreesWithTheModel) {
-  for (const Bytes& in : RepetitiveInputs()) {
+// The encoder must agree with the model byte for byte, histogram included,
+// also into a buffer no larger than the input (as the chunk copy does),
+// where a stream that would not fit falls back to raw; and the decoder with
+// the model decoder at any capacity.
+TEST(Rle, AgreesWithTheModel) {
+  for (const Bytes& in : ModelInputs()) {
     SCOPED_TRACE(testing::Message() << "input of " << in.size() << " bytes");
     const n4test::RleModelResult want = n4test::ModelRle(in);
     const Encoded got = Encode(in);
@@ -233,11 +176,22 @@ TEST(Rle, RepeatedInputAgreesWithTheModel) {
     tight.resize(n4::bulb::EncodeRle(in.data(), n, tight.data(), n, nullptr, &method));
     const bool fits = want.stream.size() <= in.size();
     ASSERT_EQ(tight, fits ? want.stream : in);
+    ASSERT_EQ(method, fits ? want.method : N4_BULB_COMPRESS_NONE);
     if (want.method != N4_BULB_COMPRESS_RLE) continue;
-    for (DWORD capacity : {n, n - n / 3, n / 2 + 1}) {
+    ASSERT_EQ(Decode(want.stream, n), in);
+    for (DWORD capacity : {n - n / 3, n / 2 + 1}) {
       ASSERT_EQ(Decode(want.stream, capacity), n4test::ModelDecodeRle(want.stream, capacity));
     }
   }
+}
+
+// Where a decode stops (count, capacity, end of input) is the model's; the
+// three-argument form sizes the destination by the count.
+TEST(Rle, DecoderWithoutACapacityStopsAtTheCount) {
+  const Bytes stream = Encode(Concat({Repeat(50, 1), Of({2, 3, 4, 5}), Repeat(50, 6)})).stream;
+  Bytes out(104);
+  EXPECT_EQ(CN4BulbData::DecompressRLE(stream.data(), out.data(), static_cast<DWORD>(stream.size())), 104u);
+  EXPECT_EQ(out, Concat({Repeat(50, 1), Of({2, 3, 4, 5}), Repeat(50, 6)}));
 }
 
 TEST(Rle, DamagedRepeatingStreamsDecodeAsTheModel) {

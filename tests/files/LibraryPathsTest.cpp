@@ -38,19 +38,6 @@ std::string Slashed(std::string path) {
   return path;
 }
 
-TEST(LibraryPaths, SignFolderNames) {
-  CN4Files f;
-  EXPECT_EQ(f.BuildSign(16, 80, Mono1, PixelTechI, 0), "16x80.Mono1.I");
-  EXPECT_EQ(f.IsPaletteType(), 0);
-  EXPECT_EQ(f.BuildSign(16, 80, Mono1, PixelTechI, 1), "Palette.Mono1.I");
-  EXPECT_EQ(f.GetRows(), 16u);
-  EXPECT_EQ(f.GetCols(), 16u);
-  EXPECT_EQ(f.IsPaletteType(), 1);
-  EXPECT_EQ(f.BuildSign(4294967295u, 7, RGB16MB, PixelTechL, 0), "4294967295x7.RGB16MB.L");
-  EXPECT_EQ(f.BuildSign(), "4294967295x7.RGB16MB.L");
-  EXPECT_EQ(f.BuildSign(1, 2, Color(15), Pixel(0), 0), "1x2..");
-}
-
 TEST(LibraryPaths, BuildPathComposesTheSchemeOrNothing) {
   CN4Files f;
   EXPECT_EQ(f.BuildPath(Native("/share"), 16, 80, Mono1, PixelTechI, "News", "Morning", "SQ4"),
@@ -88,6 +75,9 @@ TEST(LibraryPaths, BuildPathComposesTheSchemeOrNothing) {
     EXPECT_EQ(f.GetExtension(), r.extension);
     EXPECT_EQ(f.GetLibrary(), "Weather");
   }
+  // Sizes are unsigned, and the sign name alone is rebuilt from the fields.
+  EXPECT_EQ(f.BuildSign(4294967295u, 7, RGB16MB, PixelTechL, 0), "4294967295x7.RGB16MB.L");
+  EXPECT_EQ(f.BuildSign(), "4294967295x7.RGB16MB.L");
   // A kind that has no extension gives no path.
   EXPECT_EQ(f.BuildPath("S", 16, 80, Mono1, PixelTechI, "L", "F", n4::MakeFourCC("RIFF")), "");
   // Colour 15 and pixel 0 are in range though nameless.

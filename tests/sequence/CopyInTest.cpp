@@ -37,7 +37,7 @@ TEST(CopyIn, AFrameLargerThanTheDefaultCeilingIsWhole) {
   ASSERT_EQ(f.Open(path.c_str(), OpenReadOnly), 1);
   auto* frame = dynamic_cast<CN4GphFrame*>(f.Frame(1));
   ASSERT_NE(frame, nullptr);
-  EXPECT_TRUE(n4test::DecodedPixels(frame) == picture);
+  EXPECT_TRUE(n4::GraphicFramePixels(frame) == picture);
   auto* cmd = dynamic_cast<CN4CmdFrame*>(f.Frame(2));
   ASSERT_NE(cmd, nullptr);
   EXPECT_STREQ(cmd->GetPtrToCommandString(0), "after");

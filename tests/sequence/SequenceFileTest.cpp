@@ -171,7 +171,7 @@ TEST_F(SequenceFileTest, CopiedGraphicFramesHandTheMethodOver) {
   auto* copy = dynamic_cast<CN4GphFrame*>(dst.Frame(1));
   ASSERT_NE(copy, nullptr);
   EXPECT_EQ(copy->GphHdr()->dwCompressMethod, 0u);
-  EXPECT_EQ(n4test::DecodedPixels(copy), pixels);
+  EXPECT_EQ(n4::GraphicFramePixels(copy), pixels);
   EXPECT_EQ(copy->GetBulbObj()->GetBulbCompInfoPtr(), dst.GetGraphicBulbPrototype());
 }
 

@@ -1,5 +1,4 @@
-// Helpers for sequence tests: frames filled with sign content, and the
-// decoded pixels of a graphic frame read back the way a player reads them.
+// Helpers for sequence tests: frames filled with sign content.
 #pragma once
 
 #include <cstring>
@@ -29,21 +28,6 @@ inline int AddGraphic(CN4SequenceFile& file, const Bytes& pixels, int pos = 9999
   std::memcpy(frame->BulbData(), pixels.data(), pixels.size());
   frame->GphHdr()->lHoldTime = hold;
   return n;
-}
-
-// The frame's pixels as a player gets them: raw in a working file, expanded
-// with the method its header records in a saved one.
-inline Bytes DecodedPixels(CN4GphFrame* frame) {
-  CN4BulbData* bulb = frame->GetBulbObj();
-  const DWORD method = frame->GphHdr()->dwCompressMethod;
-  if (method == 0) return Bytes(frame->BulbData(), frame->BulbData() + bulb->GetSize());
-  bulb->SetCompressMethod(static_cast<int>(method));
-  std::vector<std::byte> out(8 + bulb->GetBulbCompInfoPtr()->FrameSize() + 64);
-  auto* end = static_cast<std::byte*>(bulb->CopyEx(out.data(), 0, 1));
-  const DWORD size = n4::ReadLE32(out.data() + 4);
-  if (end <= out.data() || 8 + size > out.size()) return {};
-  const auto* body = reinterpret_cast<const BYTE*>(out.data() + 8);
-  return Bytes(body, body + size);
 }
 
 }  // namespace n4test

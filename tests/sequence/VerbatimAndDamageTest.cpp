@@ -7,6 +7,7 @@
 
 #include "SequenceTestSupport.h"
 #include "support/FaultEnv.h"
+#include "support/SequenceWalk.h"
 #include "support/TestSupport.h"
 #include "util/ByteOrder.h"
 
@@ -97,37 +98,6 @@ TEST(VerbatimFrames, TextDataAndIncludeFramesSurviveEditing) {
   EXPECT_NE(second.find(renumbered), std::string::npos);
 }
 
-// Reads everything a player would.
-void Play(const std::string& path) {
-  CN4SequenceFile f;
-  f.Open(path.c_str(), OpenReadOnly);
-  (void)f.SosData();
-  (void)f.EosData();
-  (void)f.IsPreviewOnly();
-  for (int i = 0; i <= f.FrameCount() + 1; ++i) {
-    CN4Frame* frame = f.Frame(i);
-    if (!frame) continue;
-    (void)frame->GetFrameNumber();
-    if (auto* g = dynamic_cast<CN4GphFrame*>(frame)) {
-      (void)CN4GphFrame::Describe(*g->GphHdr());
-      (void)n4test::DecodedPixels(g);
-    }
-    if (auto* c = dynamic_cast<CN4CmdFrame*>(frame)) {
-      for (int k = 0; k < CN4CmdFrame::kSlots; ++k) (void)c->GetPtrToCommandString(k);
-    }
-  }
-  (void)f.CalcRunTime();  // renumbers in this process's copy only
-}
-
-void EditAndSave(const std::string& path, const std::string& out) {
-  CN4SequenceFile f;
-  if (!f.Open(path.c_str(), OpenModify)) return;
-  f.SetOriginalPath(out);
-  ASSERT_EQ(f.Update(), 1) << f.GetPtrToErrorString();
-  f.Close();
-  Play(out);
-}
-
 TEST(SequenceDamage, DamagedSequencesNeverCrash) {
   n4test::TempDir dir;
   n4test::ScopedFaultEnv faults;
@@ -145,6 +115,7 @@ TEST(SequenceDamage, DamagedSequencesNeverCrash) {
   const std::string good = n4test::ReadFile(path);
   const std::size_t grp = good.find("grp ") - 8;
   const std::size_t sos = good.find("sos ");
+  const std::size_t hdr = good.find("n4hd");
   auto with = [&](std::size_t at, const char* bytes, std::size_t n) {
     std::string b = good;
     b.replace(at, n, bytes, n);
@@ -161,6 +132,15 @@ TEST(SequenceDamage, DamagedSequencesNeverCrash) {
   };
   const Case cases[] = {
       {"truncated", good.substr(0, good.size() / 2)},
+      {"truncated in the header", good.substr(0, hdr + 100)},
+      {"only the outer header", good.substr(0, 12)},
+      {"eleven bytes", good.substr(0, 11)},
+      {"not RIFF at all", std::string(200, 'x')},
+      {"outer size far past the end", withSize(4, 0xFFFFFFF0u)},
+      {"INFO size far past the end", withSize(16, 0x7FFFFFF0u)},
+      {"INFO size too small for its type", withSize(16, 2)},
+      {"header size too small for its record", withSize(hdr + 4, 16)},
+      {"header size past the end", withSize(hdr + 4, 0xFFFFFF00u)},
       {"frame list lying about its size", withSize(grp + 4, 0x00FFFFFF)},
       {"frame list too small for its type", withSize(grp + 4, 1)},
       {"missing grph", with(good.find("grph"), "xxxx", 4)},
@@ -172,8 +152,7 @@ TEST(SequenceDamage, DamagedSequencesNeverCrash) {
     SCOPED_TRACE(c.name);
     const std::string damaged = dir.File("damaged.sq4");
     n4test::WriteFile(damaged, c.bytes);
-    Play(damaged);
-    EditAndSave(damaged, dir.File("saved.sq4"));
+    EXPECT_TRUE(n4test::PlayAndSave(damaged, dir.File("saved.sq4")));
     EXPECT_EQ(faults.TempFiles(), 0);
   }
 
@@ -202,8 +181,7 @@ TEST(SequenceDamage, DamagedSequencesNeverCrash) {
     }
     const std::string fuzz = dir.File("fuzz.sq4");
     n4test::WriteFile(fuzz, bytes);
-    Play(fuzz);
-    EditAndSave(fuzz, dir.File("fuzz-saved.sq4"));
+    ASSERT_TRUE(n4test::PlayAndSave(fuzz, dir.File("fuzz-saved.sq4"))) << iteration;
     ASSERT_EQ(faults.TempFiles(), 0) << iteration;
   }
 }

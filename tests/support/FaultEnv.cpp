@@ -54,10 +54,6 @@ class FaultFileHandle final : public n4::FileHandle {
     return env_->Step(FaultEnv::Kind::Write, err) && target_->SetLength(length, err);
   }
   std::unique_ptr<n4::MappedView> Map(std::uint64_t size, bool writable, n4::SysError* err) override {
-    if (writable && env_->failMapAbove && size > env_->failMapAbove) {
-      n4::Fail(err, n4::kErrDiskFull);
-      return nullptr;
-    }
     auto view = target_->Map(size, writable, err);
     if (!view) return nullptr;
     return std::make_unique<FaultMappedView>(std::move(view), env_);

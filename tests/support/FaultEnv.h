@@ -34,7 +34,7 @@ class FaultEnv : public n4::EnvWrapper {
 
   // Temporary files go here instead of the system's directory.
   std::string tempDir;
-  // Writable mappings larger than this fail with a full disk (0: no limit).
+  // Growing a writable mapping beyond this fails with a full disk (0: no limit).
   std::uint64_t failMapAbove = 0;
   // The free space reported for every root, in bytes (-1: the real value).
   std::int64_t freeBytes = -1;
