@@ -68,7 +68,7 @@ Bytes ModelTop(int values, const Bytes& in) {
   n4::bulb::TopValues(histogram, values, chosen);
   Bytes out = {static_cast<BYTE>(in.size()), static_cast<BYTE>(in.size() >> 8), static_cast<BYTE>(in.size() >> 16),
                static_cast<BYTE>(in.size() >> 24)};
-  out.insert(out.end(), chosen, chosen + values);
+  for (int k = 0; k < values; ++k) out.push_back(chosen[k]);  // (an insert of the range trips GCC 12's bounds warning)
   std::vector<bool> bits;
   auto put = [&](unsigned v, int n) {
     for (int k = n - 1; k >= 0; --k) bits.push_back((v >> k) & 1);
