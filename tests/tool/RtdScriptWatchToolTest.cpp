@@ -1,65 +1,26 @@
 // n4file rtd, script, watch and info on configurations end to end: the built
 // binary on configuration and script files made through the library.
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <random>
-#include <sstream>
 
 #include <nlohmann/json.hpp>
 
 #include <n4file/Rtd.h>
 
+#include "ToolRunner.h"
+
 namespace fs = std::filesystem;
 
 namespace {
 
-struct Output {
-  int status = -1;
-  std::string out;
-  std::string err;
-};
+using n4tooltest::ReadAll;
+using n4tooltest::Result;
 
-std::string ReadAll(const fs::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::stringstream s;
-  s << in.rdbuf();
-  return s.str();
-}
-
-std::string ShellQuote(const std::string& s) {
-  std::string q = "'";
-  for (char c : s) q += c == '\'' ? std::string("'\\''") : std::string(1, c);
-  return q + "'";
-}
-
-class NewFilesToolTest : public ::testing::Test {
+class NewFilesToolTest : public n4tooltest::ToolRunner {
  protected:
-  void SetUp() override {
-    std::random_device rd;
-    dir_ = fs::temp_directory_path() / ("n4file-newfiles-test-" + std::to_string(rd()));
-    fs::create_directories(dir_);
-  }
-  void TearDown() override { fs::remove_all(dir_); }
-
-  Output Run(const std::vector<std::string>& args) {
-    std::string command = "cd " + ShellQuote(dir_.string()) + " && " + ShellQuote(N4_TOOL_PATH);
-    for (const auto& a : args) command += " " + ShellQuote(a);
-    command += " >stdout.txt 2>stderr.txt";
-    const int raw = std::system(command.c_str());
-    Output r;
-    r.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-    r.out = ReadAll(dir_ / "stdout.txt");
-    r.err = ReadAll(dir_ / "stderr.txt");
-    return r;
-  }
-
-  std::string Path(const std::string& name) const { return (dir_ / name).string(); }
-
   // Two transmissions (one with syncs and commands), two outputs, a
   // description that is not UTF-8.
   void WriteConfiguration(const std::string& name) {
@@ -95,8 +56,6 @@ class NewFilesToolTest : public ::testing::Test {
     rtd.AddOutput(-1, nullptr);
     ASSERT_EQ(rtd.WriteFile(), 1);
   }
-
-  fs::path dir_;
 };
 
 TEST_F(NewFilesToolTest, RtdRoundTripsThroughJsonToTheByte) {
@@ -111,11 +70,11 @@ TEST_F(NewFilesToolTest, RtdRoundTripsThroughJsonToTheByte) {
   EXPECT_EQ(doc["maxTransmissionLength"], 512);
   EXPECT_TRUE(doc["description"].contains("hex"));
   // Without -o the same document goes to standard output.
-  const Output printed = Run({"rtd", "export", "show.rtd"});
+  const Result printed = Run({"rtd", "export", "show.rtd"});
   ASSERT_EQ(printed.status, 0) << printed.err;
   EXPECT_EQ(nlohmann::ordered_json::parse(printed.out), doc);
 
-  const Output imported = Run({"rtd", "import", "show.json", "-o", "again.rtd"});
+  const Result imported = Run({"rtd", "import", "show.json", "-o", "again.rtd"});
   ASSERT_EQ(imported.status, 0) << imported.err;
   EXPECT_EQ(ReadAll(Path("again.rtd")), ReadAll(Path("show.rtd")));
 }
@@ -157,7 +116,7 @@ TEST_F(NewFilesToolTest, RtdBadInputFailsWithOneLineAndWritesNothing) {
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
-    const Output r = Run(c.args);
+    const Result r = Run(c.args);
     EXPECT_EQ(r.status, c.status);
     EXPECT_NE(r.err.find(c.message), std::string::npos) << r.err;
     EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), c.status == 1 ? 1 : 2) << r.err;
@@ -171,12 +130,12 @@ TEST_F(NewFilesToolTest, RtdBadInputFailsWithOneLineAndWritesNothing) {
 
 TEST_F(NewFilesToolTest, InfoDescribesAConfigurationAndLeavesOtherFilesAlone) {
   WriteConfiguration("show.rtd");
-  const Output text = Run({"info", "show.rtd"});
+  const Result text = Run({"info", "show.rtd"});
   ASSERT_EQ(text.status, 0) << text.err;
   EXPECT_NE(text.out.find("show.rtd: real-time data configuration"), std::string::npos) << text.out;
   EXPECT_NE(text.out.find("transmissions: 2"), std::string::npos) << text.out;
   EXPECT_NE(text.out.find("\"Clock\" (disabled), 0 syncs, 0 commands"), std::string::npos) << text.out;
-  const Output json = Run({"info", "--json", "show.rtd"});
+  const Result json = Run({"info", "--json", "show.rtd"});
   ASSERT_EQ(json.status, 0) << json.err;
   const auto j = nlohmann::ordered_json::parse(json.out);
   EXPECT_EQ(j["kind"], "rtd");
@@ -193,10 +152,10 @@ TEST_F(NewFilesToolTest, ScriptTokensShowEachLine) {
          "say \"\"\r\n"
          "\r\n"
          "tail \"open ended\n";
-  const Output text = Run({"script", "tokens", "start.scr"});
+  const Result text = Run({"script", "tokens", "start.scr"});
   ASSERT_EQ(text.status, 0) << text.err;
   EXPECT_NE(text.out.find("1: load \"big show\" now\n  [load] [big show] [now]\n"), std::string::npos) << text.out;
-  const Output json = Run({"script", "tokens", "--json", "start.scr"});
+  const Result json = Run({"script", "tokens", "--json", "start.scr"});
   ASSERT_EQ(json.status, 0) << json.err;
   const auto j = nlohmann::ordered_json::parse(json.out);
   ASSERT_EQ(j["lines"].size(), 4u);
@@ -231,7 +190,7 @@ TEST_F(NewFilesToolTest, MissingFilesAndDirectoriesFailWithOneLine) {
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
-    const Output r = Run(c.args);
+    const Result r = Run(c.args);
     EXPECT_EQ(r.status, 1);
     EXPECT_EQ(r.err, c.message);
     EXPECT_EQ(r.out, "");
@@ -243,7 +202,7 @@ TEST_F(NewFilesToolTest, NewCommandsHaveHelpWithAnExample) {
            {"rtd", "--help"}, {"rtd", "export", "--help"}, {"rtd", "import", "--help"},
            {"script", "--help"}, {"script", "tokens", "--help"}, {"watch", "--help"}}) {
     SCOPED_TRACE(command[0] + " " + command[1]);
-    const Output r = Run(command);
+    const Result r = Run(command);
     EXPECT_EQ(r.status, 0);
     EXPECT_NE(r.out.find("Example:"), std::string::npos);
   }
