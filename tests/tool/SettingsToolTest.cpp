@@ -66,19 +66,10 @@ TEST_F(SettingsToolTest, DcPagesListsGroupsPagesAndConfiguredCells) {
   ASSERT_EQ(j["pages"].size(), 2u);
   const auto& main = j["pages"][0];
   EXPECT_EQ(main["name"], "Main");
-  EXPECT_EQ(main["grid_rows"], 4);
   ASSERT_EQ(main["cells"].size(), 3u);
   const int numbers[] = {1, 8, 100};
-  for (size_t i = 0; i < 3; ++i) {
-    SCOPED_TRACE(i);
-    const int cell = numbers[i] - 1;
-    EXPECT_EQ(main["cells"][i]["number"], numbers[i]);
-    EXPECT_EQ(main["cells"][i]["name"], "Show " + std::to_string(cell));
-    EXPECT_EQ(main["cells"][i]["row"], cell / 3);
-    EXPECT_EQ(main["cells"][i]["column"], cell % 3);
-  }
-  EXPECT_EQ(j["pages"][1]["type"], "Interface");
-  EXPECT_TRUE(j["pages"][1].contains("request_port"));
+  for (size_t i = 0; i < 3; ++i) EXPECT_EQ(main["cells"][i]["number"], numbers[i]);
+  EXPECT_TRUE(j["pages"][1].contains("request_port"));  // an interface page
   EXPECT_TRUE(j["pages"][1]["cells"].empty());
 
   const Result text = Run({"dc", "pages", "."});
@@ -108,7 +99,6 @@ TEST_F(SettingsToolTest, DcPagesRejectsWhatIsNotADirectory) {
   }
 }
 
-
 TEST_F(SettingsToolTest, InfoDescribesEverySettingsKind) {
   CN4FileDCConfig config;
   config.SetPathName(Path("Config.dc"));
@@ -128,6 +118,11 @@ TEST_F(SettingsToolTest, InfoDescribesEverySettingsKind) {
   input.SetFieldLength(input.AddField("Home", -1), 3);
   input.SetFieldLength(input.AddField("Guest", -1), 4);
   ASSERT_EQ(input.WriteTemplateData(), 1);
+  // Damaged settings files read as empty ones.
+  std::string garbage(4096, '\0');
+  for (size_t i = 0; i < garbage.size(); ++i) garbage[i] = static_cast<char>(i * 131 % 251);
+  std::ofstream(Path("Bad.dcp"), std::ios::binary) << garbage;
+  std::ofstream(Path("Bad.dcg"), std::ios::binary) << garbage;
 
   struct Case {
     const char* file;
@@ -140,6 +135,10 @@ TEST_F(SettingsToolTest, InfoDescribesEverySettingsKind) {
       {"Evening.dcg", "dc-group", "/pages/0/number", 2},
       {"Main.dcp", "dc-page", "/cells/0/number", 6},
       {"Main.dcp", "dc-page", "/type", "Scripting"},
+      {"Main.dcp", "dc-page", "/cells/0/name", "Show 5"},
+      {"Main.dcp", "dc-page", "/cells/0/row", 1},
+      {"Main.dcp", "dc-page", "/cells/0/column", 2},
+      {"Main.dcp", "dc-page", "/grid_rows", 4},
       {"Interface.ini", "interface", "/combo_box_1_label", "Visitors:"},
       {"Interface.ini", "interface", "/combo_box_2_label", "Home:"},
       {"Interface.ini", "interface", "/request_command", 802},
@@ -147,6 +146,8 @@ TEST_F(SettingsToolTest, InfoDescribesEverySettingsKind) {
       {"Teams.lci", "selection-list", "/selections/1/1", ""},
       {"scores.txt", "input-template", "/total_length", 7},
       {"scores.txt", "input-template", "/fields/1/name", "Guest"},
+      {"Bad.dcp", "dc-page", "/cells", nlohmann::json::array()},
+      {"Bad.dcg", "dc-group", "/pages", nlohmann::json::array()},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(std::string(c.file) + c.key);
@@ -156,26 +157,6 @@ TEST_F(SettingsToolTest, InfoDescribesEverySettingsKind) {
     EXPECT_EQ(j["kind"], c.kind);
     EXPECT_EQ(At(j, c.key), c.expected) << r.out;
     EXPECT_FALSE(Run({"info", c.file}).out.empty());
-  }
-}
-
-TEST_F(SettingsToolTest, InfoReadsDamagedSettingsFilesAsEmpty) {
-  std::string garbage(4096, '\0');
-  for (size_t i = 0; i < garbage.size(); ++i) garbage[i] = static_cast<char>(i * 131 % 251);
-  struct Case {
-    const char* file;
-    const char* key;
-    nlohmann::json expected;
-  } const cases[] = {
-      {"Bad.dcp", "/cells", nlohmann::json::array()},
-      {"Bad.dcg", "/pages", nlohmann::json::array()},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.file);
-    std::ofstream(Path(c.file), std::ios::binary) << garbage;
-    const Result r = Run({"info", "--json", c.file});
-    ASSERT_EQ(r.status, 0) << r.err;
-    EXPECT_EQ(At(nlohmann::json::parse(r.out), c.key), c.expected);
   }
 }
 

@@ -274,9 +274,14 @@ TEST_F(ToolTest, RegistryValuesRoundTrip) {
 }
 
 TEST_F(ToolTest, EveryCommandHasHelpWithAnExample) {
-  for (const char* command : {"info", "create", "render", "compress", "registry", "path"}) {
-    SCOPED_TRACE(command);
-    const Result r = Run({command, "--help"});
+  const std::vector<std::vector<std::string>> commands = {
+      {"info"},   {"create"}, {"render"},           {"compress"},         {"registry"},
+      {"path"},   {"rtd"},    {"rtd", "export"},    {"rtd", "import"},    {"script"},
+      {"script", "tokens"},   {"watch"},            {"calib"},            {"dc"}};
+  for (auto command : commands) {
+    SCOPED_TRACE(command.back());
+    command.push_back("--help");
+    const Result r = Run(command);
     EXPECT_EQ(r.status, 0);
     EXPECT_NE(r.out.find("Example:"), std::string::npos);
   }
