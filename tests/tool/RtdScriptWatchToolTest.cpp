@@ -10,6 +10,7 @@
 
 #include <n4file/Rtd.h>
 
+#include "../rtd/RtdSample.h"
 #include "ToolRunner.h"
 
 namespace fs = std::filesystem;
@@ -21,39 +22,11 @@ using n4tooltest::Result;
 
 class NewFilesToolTest : public n4tooltest::ToolRunner {
  protected:
-  // Two transmissions (one with syncs and commands), two outputs, a
-  // description that is not UTF-8.
+  // The configuration tests' sample: every field set, text that is not UTF-8.
   void WriteConfiguration(const std::string& name) {
     CN4FileCRtd rtd;
     ASSERT_EQ(rtd.ReadFile(Path(name)), 0);
-    rtd.SetFileDescription("Scoreboard \xE9t\xE9");
-    rtd.SetMaxTransLength(512);
-    rtd.GetInputPtr()->SetName("Input");
-    rtd.GetInputPtr()->SetType(0);
-    rtd.GetInputPtr()->SetPort(2);
-    rtd.GetInputPtr()->SetBaud(9600);
-    CN4FileCRtdTrans first;
-    first.SetDescription("Home score");
-    CN4FileCRtdSync sync;
-    sync.SetType(0);
-    sync.SetIndivBytes({2, 0x1B, 300});
-    first.AddSync(-1, &sync);
-    first.AddSync(-1, nullptr);
-    CN4FileCRtdCmd cmd;
-    cmd.SetCommand(3);
-    cmd.SetParams({"HOME", ""});
-    first.AddCmd(-1, &cmd);
-    rtd.AddTrans(-1, &first);
-    CN4FileCRtdTrans second;
-    second.SetEnabled(0);
-    second.SetDescription("Clock");
-    rtd.AddTrans(-1, &second);
-    CN4FileCRtdPort out;
-    out.SetName("Sign 1");
-    out.SetType(1);
-    out.SetPort(0x4000);
-    rtd.AddOutput(-1, &out);
-    rtd.AddOutput(-1, nullptr);
+    rtdtest::FillSample(rtd);
     ASSERT_EQ(rtd.WriteFile(), 1);
   }
 };
@@ -62,7 +35,7 @@ TEST_F(NewFilesToolTest, RtdRoundTripsThroughJsonToTheByte) {
   WriteConfiguration("show.rtd");
   ASSERT_EQ(Run({"rtd", "export", "show.rtd", "-o", "show.json"}).status, 0);
   const auto doc = nlohmann::ordered_json::parse(ReadAll(Path("show.json")));
-  EXPECT_EQ(doc["transmissions"][0]["syncs"][0]["bytes"], nlohmann::ordered_json({2, 0x1B, 300}));
+  EXPECT_EQ(doc["transmissions"][0]["syncs"][0]["bytes"], nlohmann::ordered_json({2, 3, 300}));
   EXPECT_TRUE(doc["description"].contains("hex"));
   // Without -o the same document goes to standard output.
   const Result printed = Run({"rtd", "export", "show.rtd"});
@@ -121,12 +94,12 @@ TEST_F(NewFilesToolTest, InfoDescribesAConfigurationAndLeavesOtherFilesAlone) {
   ASSERT_EQ(text.status, 0) << text.err;
   EXPECT_NE(text.out.find("show.rtd: real-time data configuration"), std::string::npos) << text.out;
   EXPECT_NE(text.out.find("transmissions: 2"), std::string::npos) << text.out;
-  EXPECT_NE(text.out.find("\"Clock\" (disabled), 0 syncs, 0 commands"), std::string::npos) << text.out;
+  EXPECT_NE(text.out.find("\"score \xE2\x82\xAC\" (disabled), 2 syncs, 1 commands"), std::string::npos) << text.out;
   const Result json = Run({"info", "--json", "show.rtd"});
   ASSERT_EQ(json.status, 0) << json.err;
   const auto j = nlohmann::ordered_json::parse(json.out);
   EXPECT_EQ(j["kind"], "rtd");
-  EXPECT_EQ(j["transmissions"][1]["description"], "Clock");
+  EXPECT_EQ(j["transmissions"][0]["description"], "score \xE2\x82\xAC");
   EXPECT_EQ(j["input"]["baud"], 9600);
   // A file that does not load as a configuration is not taken for one.
   std::ofstream(Path("notes.txt")) << "plain text";
