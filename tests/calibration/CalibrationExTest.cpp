@@ -100,23 +100,6 @@ TEST(CalibrationExPixels, TheWholePixelMustBeInside) {
   EXPECT_EQ(empty.SetAreaCalData(&all, Triple(1, 1, 1)), 0);
 }
 
-TEST(CalibrationExPixels, OffsetSaturatesEachComponent) {
-  CN4FileCalibrationEx f(2, 2);
-  Zero(f);
-  CPoint pt(1, 1);
-  ASSERT_EQ(f.SetPixelCalData(&pt, Triple(120, -100, 0)), 1);
-  int clipped = 0;
-  ASSERT_EQ(f.OffsetPixelCalData(&pt, Triple(20, -50, 3), &clipped), 1);
-  EXPECT_EQ(clipped, 1);
-  RGBTRIPLE v{};
-  f.GetPixelCalData(&pt, &v);
-  EXPECT_EQ(Blue(v), 127);
-  EXPECT_EQ(Green(v), -128);
-  EXPECT_EQ(Red(v), 3);
-  ASSERT_EQ(f.OffsetPixelCalData(&pt, Triple(-1, 1, 1), &clipped), 1);
-  EXPECT_EQ(clipped, 0);
-}
-
 TEST(CalibrationExAreas, NormaliseWalkAndAverage) {
   CN4FileCalibrationEx f(4, 5);
   Zero(f);

@@ -6,13 +6,24 @@
 #include <thread>
 #include <vector>
 
-#include "CalibrationTestSupport.h"
+#include "calibration/CalibrationDate.h"
 #include "n4file/Calibration.h"
+#include "registry/RegistryTestEnv.h"
 
 namespace {
 
-using n4test::FixedDate;
-using n4test::ProductKey;
+// Fixes the date of new file names for the lifetime of this object.
+class FixedDate {
+ public:
+  FixedDate(int day, int month, int year) { n4::SetCalibrationTodayForTesting(n4::CalendarDate{day, month, year}); }
+  ~FixedDate() { n4::SetCalibrationTodayForTesting(std::nullopt); }
+  FixedDate(const FixedDate&) = delete;
+  FixedDate& operator=(const FixedDate&) = delete;
+};
+
+std::string ProductKey(const std::string& rest) {
+  return "[HKEY_LOCAL_MACHINE\\Software\\Korvandexa\\Lyrae4000\\V5.0\\" + rest + "]\r\n";
+}
 
 class CalibrationNamesTest : public ::testing::Test {
  protected:
@@ -24,7 +35,7 @@ class CalibrationNamesTest : public ::testing::Test {
     std::string body = ProductKey("File Locations") + "\"DataPath\"=\"" + data_.path() + "/\"\r\n\r\n";
     if (withDateNames) body += ProductKey("English\\Date Names") + "\"Month_Abbr3\"=\"Mar\"\r\n";
     body += ProductKey("Deutsch\\Date Names") + "\"Month_Abbr3\"=\"Mrz\"\r\n";
-    n4test::WriteFile(registry_.File("HKEY_LOCAL_MACHINE.reg"), n4test::MachineRegistry(body));
+    n4test::WriteFile(registry_.File("HKEY_LOCAL_MACHINE.reg"), "Windows Registry Editor Version 5.00\r\n\r\n" + body);
   }
 
   std::string NewName(const char* name, int face, const char* language = nullptr) {
@@ -37,7 +48,7 @@ class CalibrationNamesTest : public ::testing::Test {
 
   n4test::TempDir registry_;
   n4test::TempDir data_;
-  n4test::CalibrationRegistryEnv env_;
+  n4test::RegistryDirEnv env_;
   n4::ScopedEnv scoped_;
 };
 

@@ -5,49 +5,18 @@
 
 #include "RtdJson.h"
 #include "n4file/Rtd.h"
+#include "rtd/RtdSample.h"
 #include "support/TestSupport.h"
 
 namespace {
 
 using Json = nlohmann::ordered_json;
 
-// A configuration that touches every field, with text in another code page
-// (0xE9) and an individual byte beyond 255.
-void Fill(CN4FileCRtd& rtd) {
-  rtd.SetFileDescription("caf\xE9");
-  rtd.SetMaxTransLength(-3);
-  CN4FileCRtdTrans t;
-  t.SetEnabled(0);
-  t.SetDescription("score \xE2\x82\xAC");
-  CN4FileCRtdSync s;
-  s.SetType(1);
-  s.SetEndLength(2);
-  s.SetRangeFirst(48);
-  s.SetRangeLast(57);
-  s.SetIndivBytes({2, 3, 300});
-  t.AddSync(-1, &s);
-  t.AddSync(-1, nullptr);
-  CN4FileCRtdCmd c;
-  c.SetCommand(12);
-  c.SetParams({"", std::string(300, 'p')});
-  t.AddCmd(-1, &c);
-  rtd.AddTrans(-1, &t);
-  rtd.AddTrans(-1, nullptr);
-  CN4FileCRtdPort out;
-  out.SetType(1);
-  out.SetPort(4660);
-  rtd.AddOutput(-1, &out);
-  rtd.GetInputPtr()->SetName("Scoreboard");
-  rtd.GetInputPtr()->SetType(0);
-  rtd.GetInputPtr()->SetBaud(9600);
-  rtd.GetInputPtr()->SetParity("None");
-}
-
 TEST(RtdJson, FileToJsonToFileIsByteForByte) {
   n4test::TempDir dir;
   CN4FileCRtd original;
   original.ReadFile(dir.File("a.rtd"));
-  Fill(original);
+  rtdtest::FillSample(original);
   ASSERT_EQ(original.WriteFile(), 1);
 
   CN4FileCRtd loaded;
@@ -65,7 +34,7 @@ TEST(RtdJson, FileToJsonToFileIsByteForByte) {
 
 TEST(RtdJson, BadDocumentsNameTheFieldAndChangeNothing) {
   CN4FileCRtd source;
-  Fill(source);
+  rtdtest::FillSample(source);
   const Json good = n4tool::RtdToJson(source);
   struct Case {
     std::function<void(Json&)> damage;

@@ -67,7 +67,7 @@ TEST(RtdRecords, DisplayTexts) {
   for (const Case& c : cases) EXPECT_EQ(c.got, c.want);
 }
 
-TEST(RtdRecords, ArrayOperationsFollowTheIndexRules) {
+TEST(RtdRecords, ArraysAndListsFollowTheIndexRules) {
   CN4FileCRtdTrans t;
   CN4FileCRtdSync source;
   source.SetOffset(42);
@@ -93,9 +93,8 @@ TEST(RtdRecords, ArrayOperationsFollowTheIndexRules) {
   EXPECT_EQ(rtd.AddTrans(0, &t), -1);  // index 0 of an empty array
   EXPECT_EQ(rtd.AddTrans(-1, &t), 0);
   EXPECT_EQ(rtd.RemoveOutput(-1), 0);
-}
 
-TEST(RtdRecords, OutOfRangeReadsAndDefaults) {
+  // Reads out of range give the empty values.
   CN4FileCRtdSync s;
   EXPECT_EQ(s.GetIndivByte(-1), 0xFFFF);
   EXPECT_EQ(s.GetIndivByte(0), 0xFFFF);

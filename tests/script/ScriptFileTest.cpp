@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "n4file/Script.h"
-#include "platform/RandomAccessFile.h"
+#include "script/FullDiskEnv.h"
 #include "support/TestSupport.h"
 
 namespace {
@@ -129,43 +129,12 @@ TEST(ScriptFile, EditsLinesByIndex) {
   EXPECT_EQ(Lines(script), (std::vector<std::string>{"", "", "c", "", ""}));
 }
 
-// Fails every write of the random-access files it opens with a full disk.
-class FullDiskEnv : public n4::EnvWrapper {
- public:
-  FullDiskEnv() : EnvWrapper(n4::Env::Default()) {}
-  std::unique_ptr<n4::RandomAccessFile> OpenRandomAccessFile(const std::string& path, n4::RandomAccessMode mode,
-                                                             n4::FileShare share, n4::SysError* err) override {
-    auto file = target()->OpenRandomAccessFile(path, mode, share, err);
-    if (!file) return nullptr;
-    return std::make_unique<FullDiskFile>(std::move(file));
-  }
-
- private:
-  class FullDiskFile final : public n4::RandomAccessFile {
-   public:
-    explicit FullDiskFile(std::unique_ptr<n4::RandomAccessFile> target) : target_(std::move(target)) {}
-    bool Seek(std::int64_t offset, n4::SeekFrom from, std::uint64_t* position, n4::SysError* err) override {
-      return target_->Seek(offset, from, position, err);
-    }
-    bool Read(void* buffer, std::size_t size, std::size_t* bytesRead, n4::SysError* err) override {
-      return target_->Read(buffer, size, bytesRead, err);
-    }
-    bool Write(const void*, std::size_t, n4::SysError* err) override { return n4::Fail(err, n4::kErrDiskFull); }
-    bool SetEndOfFile(n4::SysError* err) override { return target_->SetEndOfFile(err); }
-    bool GetLength(std::uint64_t* length, n4::SysError* err) override { return target_->GetLength(length, err); }
-    bool Close(n4::SysError* err) override { return target_->Close(err); }
-
-   private:
-    std::unique_ptr<n4::RandomAccessFile> target_;
-  };
-};
-
 TEST(ScriptFile, ReadAndWriteErrorsRaiseFileExceptions) {
   n4test::TempDir dir;
   const std::string path = dir.File("s.txt");
   n4test::WriteFile(path, "keep\n");
   {
-    FullDiskEnv env;
+    n4test::FullDiskEnv env;
     n4::ScopedEnv scoped(&env);
     CN4FileScript script;
     ASSERT_EQ(script.Open(path, 0), 1);

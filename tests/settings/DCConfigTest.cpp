@@ -11,15 +11,6 @@ std::string Category(int number, const std::string& name, const std::string& ext
   return "[CATEGORY" + std::to_string(number) + "]\r\nNAME=" + name + "\r\n" + extra;
 }
 
-TEST_F(SettingsTest, ConfigWithoutFileHasDefaults) {
-  CN4FileDCConfig config;
-  EXPECT_EQ(config.GetGroupName(), "Default");
-  EXPECT_EQ(config.GetNumCategories(), 0);
-  EXPECT_EQ(config.GetCategoryName(0), "");
-  EXPECT_EQ(config.GetCategoryBkColor(0), 4294967295u);
-  EXPECT_EQ(config.SetCategoryStyle(0, "x"), 0);
-}
-
 TEST_F(SettingsTest, ConfigReadsOnlyNamedSectionsOneToFifty) {
   std::string file = "[GROUP]\r\nFILENAME=Evening\r\n";
   file += Category(1, "Score", "STYLE=BOLD\r\nBACKGROUNDCOLOR=255\r\nTEXTCOLOR=-1\r\n");
@@ -51,6 +42,9 @@ TEST_F(SettingsTest, ConfigSavesDenselyAndClearsStaleSections) {
   ASSERT_EQ(config.GetNumCategories(), 3);
   EXPECT_EQ(config.DeleteCategory(0), 1);
   EXPECT_EQ(config.DeleteCategory(5), 0);
+  EXPECT_EQ(config.SetCategoryStyle(5, "x"), 0);
+  EXPECT_EQ(config.GetCategoryName(5), "");
+  EXPECT_EQ(config.GetCategoryBkColor(5), 4294967295u);
   config.WriteConfigData();
   EXPECT_EQ(data_.Get("Config.dc"),
             "[CATEGORY1]\r\nNAME=B\r\nSTYLE=NORMAL\r\nBACKGROUNDCOLOR=-1\r\nTEXTCOLOR=-1\r\n"

@@ -1,40 +1,22 @@
 // n4file dc pages and info on the display controller's settings files, run on
 // files written by the library itself.
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <random>
-#include <sstream>
 
 #include <nlohmann/json.hpp>
 
 #include <n4file/Settings.h>
 
+#include "ToolRunner.h"
+
 namespace fs = std::filesystem;
 
 namespace {
 
-struct Output {
-  int status = -1;
-  std::string out;
-  std::string err;
-};
-
-std::string ReadAll(const fs::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::stringstream s;
-  s << in.rdbuf();
-  return s.str();
-}
-
-std::string ShellQuote(const std::string& s) {
-  std::string q = "'";
-  for (char c : s) q += c == '\'' ? std::string("'\\''") : std::string(1, c);
-  return q + "'";
-}
+using n4tooltest::ReadAll;
+using n4tooltest::Result;
 
 // The value at a JSON pointer, null when there is none.
 nlohmann::json At(const nlohmann::json& j, const std::string& key) {
@@ -42,29 +24,8 @@ nlohmann::json At(const nlohmann::json& j, const std::string& key) {
   return j.contains(pointer) ? j.at(pointer) : nlohmann::json();
 }
 
-class SettingsToolTest : public ::testing::Test {
+class SettingsToolTest : public n4tooltest::ToolRunner {
  protected:
-  void SetUp() override {
-    std::random_device rd;
-    dir_ = fs::temp_directory_path() / ("n4file-settings-tool-test-" + std::to_string(rd()));
-    fs::create_directories(dir_);
-  }
-  void TearDown() override { fs::remove_all(dir_); }
-
-  Output Run(const std::vector<std::string>& args) {
-    std::string command = "cd " + ShellQuote(dir_.string()) + " && " + ShellQuote(N4_TOOL_PATH);
-    for (const auto& a : args) command += " " + ShellQuote(a);
-    command += " >stdout.txt 2>stderr.txt";
-    const int raw = std::system(command.c_str());
-    Output r;
-    r.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-    r.out = ReadAll(dir_ / "stdout.txt");
-    r.err = ReadAll(dir_ / "stderr.txt");
-    return r;
-  }
-
-  std::string Path(const std::string& name) const { return (dir_ / name).string(); }
-
   void WritePage(const std::string& name, const std::string& type, const std::vector<int>& cells) {
     CN4FileDCPage page(name);
     page.SetPathName(Path(name + ".dcp"));
@@ -82,8 +43,6 @@ class SettingsToolTest : public ::testing::Test {
       ASSERT_EQ(page.WriteCell(cell), 1);
     }
   }
-
-  fs::path dir_;
 };
 
 TEST_F(SettingsToolTest, DcPagesListsGroupsPagesAndConfiguredCells) {
@@ -96,7 +55,7 @@ TEST_F(SettingsToolTest, DcPagesListsGroupsPagesAndConfiguredCells) {
   WritePage("Main", "Quick Display", {0, 7, 99});
   WritePage("Scores", "Interface", {});
 
-  const Output r = Run({"dc", "pages", "--json", "."});
+  const Result r = Run({"dc", "pages", "--json", "."});
   ASSERT_EQ(r.status, 0) << r.err;
   const auto j = nlohmann::json::parse(r.out);
   ASSERT_EQ(j["groups"].size(), 1u);
@@ -107,22 +66,13 @@ TEST_F(SettingsToolTest, DcPagesListsGroupsPagesAndConfiguredCells) {
   ASSERT_EQ(j["pages"].size(), 2u);
   const auto& main = j["pages"][0];
   EXPECT_EQ(main["name"], "Main");
-  EXPECT_EQ(main["grid_rows"], 4);
   ASSERT_EQ(main["cells"].size(), 3u);
   const int numbers[] = {1, 8, 100};
-  for (size_t i = 0; i < 3; ++i) {
-    SCOPED_TRACE(i);
-    const int cell = numbers[i] - 1;
-    EXPECT_EQ(main["cells"][i]["number"], numbers[i]);
-    EXPECT_EQ(main["cells"][i]["name"], "Show " + std::to_string(cell));
-    EXPECT_EQ(main["cells"][i]["row"], cell / 3);
-    EXPECT_EQ(main["cells"][i]["column"], cell % 3);
-  }
-  EXPECT_EQ(j["pages"][1]["type"], "Interface");
-  EXPECT_TRUE(j["pages"][1].contains("request_port"));
+  for (size_t i = 0; i < 3; ++i) EXPECT_EQ(main["cells"][i]["number"], numbers[i]);
+  EXPECT_TRUE(j["pages"][1].contains("request_port"));  // an interface page
   EXPECT_TRUE(j["pages"][1]["cells"].empty());
 
-  const Output text = Run({"dc", "pages", "."});
+  const Result text = Run({"dc", "pages", "."});
   ASSERT_EQ(text.status, 0);
   EXPECT_NE(text.out.find("page 3: Scores"), std::string::npos) << text.out;
   EXPECT_NE(text.out.find("Show 99"), std::string::npos) << text.out;
@@ -141,14 +91,13 @@ TEST_F(SettingsToolTest, DcPagesRejectsWhatIsNotADirectory) {
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.args.back());
-    const Output r = Run(c.args);
+    const Result r = Run(c.args);
     EXPECT_EQ(r.status, c.status);
     if (c.status == 1) {
       EXPECT_EQ(r.err.rfind("n4file: " + c.args.back() + ": ", 0), 0u) << r.err;
     }
   }
 }
-
 
 TEST_F(SettingsToolTest, InfoDescribesEverySettingsKind) {
   CN4FileDCConfig config;
@@ -169,6 +118,11 @@ TEST_F(SettingsToolTest, InfoDescribesEverySettingsKind) {
   input.SetFieldLength(input.AddField("Home", -1), 3);
   input.SetFieldLength(input.AddField("Guest", -1), 4);
   ASSERT_EQ(input.WriteTemplateData(), 1);
+  // Damaged settings files read as empty ones.
+  std::string garbage(4096, '\0');
+  for (size_t i = 0; i < garbage.size(); ++i) garbage[i] = static_cast<char>(i * 131 % 251);
+  std::ofstream(Path("Bad.dcp"), std::ios::binary) << garbage;
+  std::ofstream(Path("Bad.dcg"), std::ios::binary) << garbage;
 
   struct Case {
     const char* file;
@@ -181,6 +135,10 @@ TEST_F(SettingsToolTest, InfoDescribesEverySettingsKind) {
       {"Evening.dcg", "dc-group", "/pages/0/number", 2},
       {"Main.dcp", "dc-page", "/cells/0/number", 6},
       {"Main.dcp", "dc-page", "/type", "Scripting"},
+      {"Main.dcp", "dc-page", "/cells/0/name", "Show 5"},
+      {"Main.dcp", "dc-page", "/cells/0/row", 1},
+      {"Main.dcp", "dc-page", "/cells/0/column", 2},
+      {"Main.dcp", "dc-page", "/grid_rows", 4},
       {"Interface.ini", "interface", "/combo_box_1_label", "Visitors:"},
       {"Interface.ini", "interface", "/combo_box_2_label", "Home:"},
       {"Interface.ini", "interface", "/request_command", 802},
@@ -188,35 +146,17 @@ TEST_F(SettingsToolTest, InfoDescribesEverySettingsKind) {
       {"Teams.lci", "selection-list", "/selections/1/1", ""},
       {"scores.txt", "input-template", "/total_length", 7},
       {"scores.txt", "input-template", "/fields/1/name", "Guest"},
+      {"Bad.dcp", "dc-page", "/cells", nlohmann::json::array()},
+      {"Bad.dcg", "dc-group", "/pages", nlohmann::json::array()},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(std::string(c.file) + c.key);
-    const Output r = Run({"info", "--json", c.file});
+    const Result r = Run({"info", "--json", c.file});
     ASSERT_EQ(r.status, 0) << r.err;
     const auto j = nlohmann::json::parse(r.out);
     EXPECT_EQ(j["kind"], c.kind);
     EXPECT_EQ(At(j, c.key), c.expected) << r.out;
     EXPECT_FALSE(Run({"info", c.file}).out.empty());
-  }
-}
-
-TEST_F(SettingsToolTest, InfoReadsDamagedSettingsFilesAsEmpty) {
-  std::string garbage(4096, '\0');
-  for (size_t i = 0; i < garbage.size(); ++i) garbage[i] = static_cast<char>(i * 131 % 251);
-  struct Case {
-    const char* file;
-    const char* key;
-    nlohmann::json expected;
-  } const cases[] = {
-      {"Bad.dcp", "/cells", nlohmann::json::array()},
-      {"Bad.dcg", "/pages", nlohmann::json::array()},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.file);
-    std::ofstream(Path(c.file), std::ios::binary) << garbage;
-    const Output r = Run({"info", "--json", c.file});
-    ASSERT_EQ(r.status, 0) << r.err;
-    EXPECT_EQ(At(nlohmann::json::parse(r.out), c.key), c.expected);
   }
 }
 

@@ -1,67 +1,29 @@
 // The n4file tool end to end: the built binary run on real files, the way a
 // user runs it.
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <random>
-#include <sstream>
 
 #include <nlohmann/json.hpp>
 
 #include <n4file/Files.h>
 
 #include "Tool.h"
+#include "ToolRunner.h"
 
 namespace fs = std::filesystem;
 
 namespace {
 
-struct Result {
-  int status = -1;
-  std::string out;
-  std::string err;
-};
+using n4tooltest::ReadAll;
+using n4tooltest::Result;
+using n4tooltest::ShellQuote;
 
-std::string Slurp(const fs::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::stringstream s;
-  s << in.rdbuf();
-  return s.str();
-}
-
-std::string Quote(const std::string& s) {
-  std::string q = "'";
-  for (char c : s) q += c == '\'' ? std::string("'\\''") : std::string(1, c);
-  return q + "'";
-}
-
-class ToolTest : public ::testing::Test {
+class ToolTest : public n4tooltest::ToolRunner {
  protected:
-  void SetUp() override {
-    std::random_device rd;
-    dir_ = fs::temp_directory_path() / ("n4file-tool-test-" + std::to_string(rd()));
-    fs::create_directories(dir_);
-  }
-  void TearDown() override { fs::remove_all(dir_); }
-
-  // Runs the tool in the test directory, standard error not a terminal.
-  Result Run(const std::vector<std::string>& args, const std::string& env = "") {
-    std::string command = "cd " + Quote(dir_.string()) + " && " + env + " " + Quote(N4_TOOL_PATH);
-    for (const auto& a : args) command += " " + Quote(a);
-    command += " >stdout.txt 2>stderr.txt";
-    const int raw = std::system(command.c_str());
-    Result r;
-    r.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-    r.out = Slurp(dir_ / "stdout.txt");
-    r.err = Slurp(dir_ / "stderr.txt");
-    return r;
-  }
-
-  std::string Path(const std::string& name) const { return (dir_ / name).string(); }
-
   void WritePicture(const std::string& name, const n4tool::Picture& p) {
     std::string cause;
     ASSERT_TRUE(n4tool::WritePng(Path(name), p, cause)) << cause;
@@ -73,8 +35,6 @@ class ToolTest : public ::testing::Test {
     EXPECT_TRUE(n4tool::ReadPng(Path(name), p, cause)) << cause;
     return p;
   }
-
-  fs::path dir_;
 };
 
 n4tool::Picture RandomPicture(DWORD rows, DWORD cols, std::uint32_t seed) {
@@ -169,7 +129,7 @@ TEST_F(ToolTest, InfoTextMatchesTheGoldenFile) {
   ASSERT_EQ(r.status, 0) << r.err;
   const fs::path golden = fs::path(N4_TEST_DATA_DIR) / "tool" / "info-golden.txt";
   if (std::getenv("N4_UPDATE_GOLDEN")) std::ofstream(golden, std::ios::binary) << r.out;
-  EXPECT_EQ(r.out, Slurp(golden));
+  EXPECT_EQ(r.out, ReadAll(golden));
 }
 
 TEST_F(ToolTest, InfoListsTheChunksOfAPlainRiffFile) {
@@ -232,7 +192,7 @@ TEST_F(ToolTest, BadInputFailsWithOneLineAndLeavesNoOutput) {
   WritePicture("wrong.png", FixedPicture(9, 16, 0));
   std::ofstream(Path("text.png")) << "plain text";
   ASSERT_EQ(Run({"create", "-o", "good.SQ4", "--size", "8x16", "--color", "Mono1", "right.png"}).status, 0);
-  std::string bytes = Slurp(Path("good.SQ4"));
+  std::string bytes = ReadAll(Path("good.SQ4"));
   bytes.resize(bytes.size() * 2 / 3);
   std::ofstream(Path("cut.SQ4"), std::ios::binary) << bytes;
   std::ofstream(Path("keep.SQ4")) << "keep me";
@@ -267,7 +227,7 @@ TEST_F(ToolTest, BadInputFailsWithOneLineAndLeavesNoOutput) {
     EXPECT_NE(r.err.find(c.message), std::string::npos) << r.err;
     EXPECT_FALSE(fs::exists(Path("o.SQ4")));
   }
-  EXPECT_EQ(Slurp(Path("keep.SQ4")), "keep me");
+  EXPECT_EQ(ReadAll(Path("keep.SQ4")), "keep me");
   // --fit accepts the picture of another size; the other files are still shown.
   EXPECT_EQ(Run({"create", "-o", "fit.SQ4", "--size", "8x16", "--color", "Mono1", "--fit", "wrong.png"}).status, 0);
   const Result r = Run({"info", "missing.SQ4", "fit.SQ4"});
@@ -296,27 +256,32 @@ TEST_F(ToolTest, PathBuildsAndParsesBack) {
 }
 
 TEST_F(ToolTest, RegistryValuesRoundTrip) {
-  const std::string env = "N4_REGISTRY_DIR=" + Quote(Path("registry"));
-  ASSERT_EQ(Run({"registry", "set", "File Locations", "DataPath", "/srv/n4000"}, env).status, 0);
-  ASSERT_EQ(Run({"registry", "set", "--user", "--dword", "Window Settings", "Width", "640"}, env).status, 0);
-  EXPECT_EQ(Run({"registry", "get", "File Locations", "DataPath"}, env).out, "/srv/n4000\n");
-  EXPECT_EQ(Run({"registry", "get", "--user", "Window Settings", "Width"}, env).out, "640\n");
-  EXPECT_EQ(Run({"registry", "get", "File Locations", "Nothing"}, env).status, 1);
+  env_ = "N4_REGISTRY_DIR=" + ShellQuote(Path("registry"));
+  ASSERT_EQ(Run({"registry", "set", "File Locations", "DataPath", "/srv/n4000"}).status, 0);
+  ASSERT_EQ(Run({"registry", "set", "--user", "--dword", "Window Settings", "Width", "640"}).status, 0);
+  EXPECT_EQ(Run({"registry", "get", "File Locations", "DataPath"}).out, "/srv/n4000\n");
+  EXPECT_EQ(Run({"registry", "get", "--user", "Window Settings", "Width"}).out, "640\n");
+  EXPECT_EQ(Run({"registry", "get", "File Locations", "Nothing"}).status, 1);
   // Exported, the store emptied, imported again.
-  ASSERT_EQ(Run({"registry", "export", "-o", "machine.reg"}, env).status, 0);
+  ASSERT_EQ(Run({"registry", "export", "-o", "machine.reg"}).status, 0);
   fs::remove_all(Path("registry"));
-  EXPECT_EQ(Run({"registry", "get", "File Locations", "DataPath"}, env).status, 1);
-  ASSERT_EQ(Run({"registry", "import", "machine.reg"}, env).status, 0);
-  EXPECT_EQ(Run({"registry", "get", "File Locations", "DataPath"}, env).out, "/srv/n4000\n");
-  const Result bad = Run({"registry", "import", "stdout.txt"}, env);
+  EXPECT_EQ(Run({"registry", "get", "File Locations", "DataPath"}).status, 1);
+  ASSERT_EQ(Run({"registry", "import", "machine.reg"}).status, 0);
+  EXPECT_EQ(Run({"registry", "get", "File Locations", "DataPath"}).out, "/srv/n4000\n");
+  const Result bad = Run({"registry", "import", "stdout.txt"});
   EXPECT_EQ(bad.status, 1);
   EXPECT_NE(bad.err.find("n4file: stdout.txt: not a registry file"), std::string::npos) << bad.err;
 }
 
 TEST_F(ToolTest, EveryCommandHasHelpWithAnExample) {
-  for (const char* command : {"info", "create", "render", "compress", "registry", "path"}) {
-    SCOPED_TRACE(command);
-    const Result r = Run({command, "--help"});
+  const std::vector<std::vector<std::string>> commands = {
+      {"info"},   {"create"}, {"render"},           {"compress"},         {"registry"},
+      {"path"},   {"rtd"},    {"rtd", "export"},    {"rtd", "import"},    {"script"},
+      {"script", "tokens"},   {"watch"},            {"calib"},            {"dc"}};
+  for (auto command : commands) {
+    SCOPED_TRACE(command.back());
+    command.push_back("--help");
+    const Result r = Run(command);
     EXPECT_EQ(r.status, 0);
     EXPECT_NE(r.out.find("Example:"), std::string::npos);
   }

@@ -1,0 +1,40 @@
+#include "ToolRunner.h"
+
+#include <sys/wait.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <random>
+#include <sstream>
+
+namespace n4tooltest {
+
+std::string ReadAll(const std::filesystem::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::stringstream s;
+  s << in.rdbuf();
+  return s.str();
+}
+
+std::string ShellQuote(const std::string& s) {
+  std::string q = "'";
+  for (char c : s) q += c == '\'' ? std::string("'\\''") : std::string(1, c);
+  return q + "'";
+}
+
+void ToolRunner::SetUp() {
+  dir_ = std::filesystem::temp_directory_path() / ("n4file-tool-test-" + std::to_string(std::random_device{}()));
+  std::filesystem::create_directories(dir_);
+}
+
+void ToolRunner::TearDown() { std::filesystem::remove_all(dir_); }
+
+Result ToolRunner::Run(const std::vector<std::string>& args) const {
+  std::string command = "cd " + ShellQuote(dir_.string()) + " && " + env_ + " " + ShellQuote(N4_TOOL_PATH);
+  for (const auto& a : args) command += " " + ShellQuote(a);
+  command += " >stdout.txt 2>stderr.txt";
+  const int raw = std::system(command.c_str());
+  return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, ReadAll(dir_ / "stdout.txt"), ReadAll(dir_ / "stderr.txt")};
+}
+
+}  // namespace n4tooltest
