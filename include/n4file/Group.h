@@ -53,6 +53,9 @@ class N4FILE_API CN4FileGroup {
   // Opens the database at once (OpenDatabase); a failure has been shown and
   // IsOpen will try again.
   explicit CN4FileGroup(BOOL bReadOnly = FALSE, BOOL bExclusive = FALSE);
+  // The same on the database file `path` rather than the one the settings
+  // name, for tools and applications that keep a grouping of their own.
+  CN4FileGroup(const std::string& path, BOOL bReadOnly, BOOL bExclusive);
   virtual ~CN4FileGroup();
   CN4FileGroup(const CN4FileGroup&) = delete;
   CN4FileGroup& operator=(const CN4FileGroup&) = delete;
@@ -120,6 +123,9 @@ class N4FILE_API CN4FileGroup {
   // from every row that can still be read. 1 on success.
   static int CompactGroupDatabase();
   static int RepairGroupDatabase();
+  // The same on the file `path`; compacting writes "N4grp_tmp.mdb" beside it.
+  static int CompactGroupDatabase(const std::string& path);
+  static int RepairGroupDatabase(const std::string& path);
 
   // The database file: the data directory joined with the grouping database
   // name, or "N4Group.mdb".
@@ -144,6 +150,7 @@ class N4FILE_API CN4FileGroup {
 
   BOOL m_bReadOnly = FALSE;
   BOOL m_bExclusive = FALSE;
+  std::string m_strPath;  // empty: the file the settings name, looked up at each open
   std::unique_ptr<n4::GroupConnection> m_pDatabase;
   std::unique_ptr<n4::GroupIdSet> m_pGroupSet;
   std::vector<std::unique_ptr<n4::GroupSearch>> m_searches;

@@ -40,7 +40,9 @@ bool TooLong(const std::string& text) { return text.size() > n4::kGroupMaxText; 
 
 }  // namespace
 
-CN4FileGroup::CN4FileGroup(BOOL bReadOnly, BOOL bExclusive) {
+CN4FileGroup::CN4FileGroup(BOOL bReadOnly, BOOL bExclusive) : CN4FileGroup(std::string(), bReadOnly, bExclusive) {}
+
+CN4FileGroup::CN4FileGroup(const std::string& path, BOOL bReadOnly, BOOL bExclusive) : m_strPath(path) {
   if (sqlite3_initialize() != SQLITE_OK) {
     n4::ShowMessage("Could no initialize the DAO engine!", MB_OK);
     m_bReadOnly = bReadOnly;
@@ -67,7 +69,7 @@ int CN4FileGroup::OpenDatabase(BOOL bReadOnly, BOOL bExclusive) {
   m_searches.clear();
   m_pGroupSet.reset();
   m_pDatabase = std::make_unique<n4::GroupConnection>();
-  const std::string path = GetGroupDatabasePath();
+  const std::string path = m_strPath.empty() ? GetGroupDatabasePath() : m_strPath;
   try {
     m_pDatabase->Open(path, bReadOnly != FALSE, bExclusive != FALSE);
   } catch (const std::exception&) {

@@ -149,12 +149,10 @@ bool IntegrityOk(SQLite::Database& db) {
 
 bool IsDamage(const SQLite::Exception& e) { return (e.getErrorCode() & 0xFF) == SQLITE_CORRUPT; }
 
-}  // namespace
-
-int CN4FileGroup::CompactGroupDatabase() {
+// Compacts `path` through "N4grp_tmp.mdb" in `directory`.
+int CompactInto(const std::string& path, const std::string& directory) {
   n4::Env* env = n4::Env::Default();
-  const std::string path = GetGroupDatabasePath();
-  const std::string temporary = n4::JoinPath(DataDirectory(), "N4grp_tmp.mdb");
+  const std::string temporary = n4::JoinPath(directory, "N4grp_tmp.mdb");
   try {
     std::unique_ptr<SQLite::Database> db = OpenAlone(path);
     // A left-over temporary file is not overwritten: the copy then fails.
@@ -180,9 +178,16 @@ int CN4FileGroup::CompactGroupDatabase() {
   return 1;
 }
 
-int CN4FileGroup::RepairGroupDatabase() {
+}  // namespace
+
+int CN4FileGroup::CompactGroupDatabase() { return CompactInto(GetGroupDatabasePath(), DataDirectory()); }
+
+int CN4FileGroup::CompactGroupDatabase(const std::string& path) { return CompactInto(path, n4::DirectoryOf(path)); }
+
+int CN4FileGroup::RepairGroupDatabase() { return RepairGroupDatabase(GetGroupDatabasePath()); }
+
+int CN4FileGroup::RepairGroupDatabase(const std::string& path) {
   n4::Env* env = n4::Env::Default();
-  const std::string path = GetGroupDatabasePath();
   const std::string rebuilt = path + ".rebuild";
   auto fail = [&](const std::string& description) {
     n4::ShowMessage("Error repairing " + path + kInUseAdvice + description, kStyle);

@@ -6,7 +6,14 @@
 
 #define N4_TOOL_COMMANDS(X)                                                              \
   X(Info) X(Create) X(Render) X(Compress) X(Registry) X(Path) X(Rtd) X(Script) X(Watch) X(Calib) \
-  X(Dc)
+  X(Dc) N4_TOOL_GROUP_COMMAND(X)
+
+// `group` only where the library was built with the group database.
+#ifdef N4FILE_TOOL_WITH_GROUP
+#define N4_TOOL_GROUP_COMMAND(X) X(Group)
+#else
+#define N4_TOOL_GROUP_COMMAND(X)
+#endif
 
 // Tried in order; put a more specific kind before the kind it refines.
 #define N4_INFO_RECOGNISERS(X)                                                          \
