@@ -1,61 +1,38 @@
 // n4file group, end to end on a real database file.
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 
 #include <filesystem>
 #include <fstream>
-#include <random>
-#include <sstream>
 
 #include <nlohmann/json.hpp>
 
 #include <n4file/Group.h>
 
+#include "ToolRunner.h"
+
 namespace fs = std::filesystem;
 
 namespace {
 
-std::string Quote(const std::string& s) {
-  std::string q = "'";
-  for (char c : s) q += c == '\'' ? std::string("'\\''") : std::string(1, c);
-  return q + "'";
-}
-
-std::string Slurp(const fs::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::stringstream s;
-  s << in.rdbuf();
-  return s.str();
-}
-
-struct Result {
-  int status = -1;
-  std::string out, err;
-};
+using n4tooltest::Result;
 
 const char kHostile[] = "x'; DROP TABLE [Sign]; -- \"quoted\"";
 
-class GroupToolTest : public ::testing::Test {
+class GroupToolTest : public n4tooltest::ToolRunner {
  protected:
   void SetUp() override {
-    dir_ = fs::temp_directory_path() / ("n4file-group-test-" + std::to_string(std::random_device{}()));
+    ToolRunner::SetUp();
     fs::create_directories(dir_ / "data");
+    env_ = "N4_REGISTRY_DIR=" + n4tooltest::ShellQuote((dir_ / "registry").string());
     ASSERT_EQ(Run({"registry", "set", "File Locations", "DataPath", (dir_ / "data").string()}).status, 0);
   }
-  void TearDown() override { fs::remove_all(dir_); }
 
-  // In the test's directory with its own settings store; `group` commands on
-  // db_ unless they name a database themselves.
+  // `group` commands on db_ unless they name a database themselves.
   Result Run(std::vector<std::string> args) {
     if (!db_.empty() && args.size() > 1 && args[0] == "group" && args[1] != "--db") {
       args.insert(args.begin() + 1, {"--db", db_});
     }
-    std::string command = "cd " + Quote(dir_.string()) + " && N4_REGISTRY_DIR=" + Quote((dir_ / "registry").string()) +
-                          " " + Quote(N4_TOOL_PATH);
-    for (const auto& a : args) command += " " + Quote(a);
-    command += " >stdout.txt 2>stderr.txt";
-    const int raw = std::system(command.c_str());
-    return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, Slurp(dir_ / "stdout.txt"), Slurp(dir_ / "stderr.txt")};
+    return ToolRunner::Run(args);
   }
   void Ok(const std::vector<std::string>& args) {
     const Result r = Run(args);
@@ -198,7 +175,7 @@ TEST_F(GroupToolTest, CompactAndRepairTheSettingsDatabase) {
   ASSERT_EQ(run("compact").status, 0) << run("compact").err;
   EXPECT_FALSE(fs::exists(dir_ / "data" / "N4grp_tmp.mdb"));
 
-  std::string bytes = Slurp(database);
+  std::string bytes = n4tooltest::ReadAll(database);
   const std::size_t page = 4096, middle = (bytes.size() / page / 2) * page;
   ASSERT_GT(bytes.size() / page, 20u);
   for (std::size_t i = 0; i < page; ++i) bytes[middle + i] = static_cast<char>(0xA5 ^ i);

@@ -58,6 +58,7 @@ TEST_F(NewFilesToolTest, RtdBadInputFailsWithOneLineAndWritesNothing) {
   std::string bytes = ReadAll(Path("show.rtd"));
   bytes.resize(bytes.size() / 2);
   std::ofstream(Path("cut.rtd"), std::ios::binary) << bytes;
+  std::ofstream(Path("notes.rtd"), std::ios::binary) << "hello worl";  // loads, as the library must, as empty
 
   const struct {
     const char* what;
@@ -72,6 +73,8 @@ TEST_F(NewFilesToolTest, RtdBadInputFailsWithOneLineAndWritesNothing) {
       {"missing configuration", {"rtd", "export", "gone.rtd", "-o", "o.rtd"}, 1, "n4file: gone.rtd: cannot be read\n"},
       {"damaged configuration", {"rtd", "export", "cut.rtd", "-o", "o.rtd"}, 1,
        "n4file: cut.rtd: damaged configuration"},
+      {"text file", {"rtd", "export", "notes.rtd", "-o", "o.rtd"}, 1,
+       "n4file: notes.rtd: not a real-time data configuration of version 1"},
       {"no output", {"rtd", "import", "show.json"}, 2, "--output is required"},
   };
   for (const auto& c : cases) {
