@@ -383,17 +383,27 @@ TEST(CalibrationFile, SetReadOnlyNeverClearsTheAttribute) {
   CN4FileCalibration::SetReadOnly(nullptr, 1);
 }
 
+// Commands run through cmd.exe on Windows, through the POSIX shell elsewhere.
+bool OnWindows() { return n4::Env::Default()->PathSeparator() == '\\'; }
+int RunQuietly(const std::string& command) {
+  return std::system((command + (OnWindows() ? " >NUL 2>&1" : " >/dev/null 2>&1")).c_str());
+}
+
 // Python 3 with Pillow: Debian's interpreter first (install-deps puts Pillow
-// there), then whatever python3 the PATH finds.
+// there), then whatever python3 the PATH finds; on Windows the launcher's names.
 std::string PillowPython() {
-  for (const char* candidate : {"/usr/bin/python3", "python3"}) {
-    const std::string probe = std::string(candidate) + " -c 'import PIL' >/dev/null 2>&1";
-    if (std::system(probe.c_str()) == 0) return candidate;
+  const char* const posix[] = {"/usr/bin/python3", "python3"};
+  const char* const windows[] = {"py -3", "python"};
+  for (const char* candidate : OnWindows() ? windows : posix) {
+    if (RunQuietly(std::string(candidate) + " -c \"import PIL\"") == 0) return candidate;
   }
   return "";
 }
 
-bool HavePython() { return std::system("command -v python3 >/dev/null 2>&1") == 0; }
+bool HavePython() {
+  if (OnWindows()) return RunQuietly("py -3 --version") == 0 || RunQuietly("python --version") == 0;
+  return RunQuietly("command -v python3") == 0 || n4test::Exists("/usr/bin/python3");
+}
 
 std::string RunCommand(const std::string& command) {
   std::string output;
@@ -406,7 +416,7 @@ std::string RunCommand(const std::string& command) {
 }
 
 TEST(CalibrationInterop, AnIndependentReaderOpensTheFileAsA24BitBitmap) {
-  if (!HavePython() && !n4test::Exists("/usr/bin/python3")) GTEST_SKIP() << "python3 is not installed";
+  if (!HavePython()) GTEST_SKIP() << "python3 is not installed";
   const std::string python = PillowPython();
   ASSERT_FALSE(python.empty()) << "python3 has no Pillow: run scripts/install-deps";
 

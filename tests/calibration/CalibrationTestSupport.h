@@ -6,21 +6,14 @@
 
 #include "calibration/CalibrationDate.h"
 #include "platform/Env.h"
+#include "registry/RegistryTestEnv.h"
 #include "support/TestSupport.h"
 
 namespace n4test {
 
-// Points the registry store at a scratch directory.
-class CalibrationRegistryEnv : public n4::EnvWrapper {
- public:
-  explicit CalibrationRegistryEnv(std::string dir) : EnvWrapper(n4::Env::Default()), dir_(std::move(dir)) {}
-  std::string GetEnvironmentVariable(const std::string& name) override {
-    return name == "N4_REGISTRY_DIR" ? dir_ : target()->GetEnvironmentVariable(name);
-  }
-
- private:
-  std::string dir_;
-};
+// Points the registry at .reg files in a scratch directory, on systems with
+// a registry of their own too.
+using CalibrationRegistryEnv = RegistryDirEnv;
 
 // Fixes the date of new file names for the lifetime of this object.
 class FixedDate {
