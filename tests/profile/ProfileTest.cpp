@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <filesystem>
 #include <string>
 #include <thread>
 #include <vector>
@@ -205,7 +206,7 @@ TEST_F(ProfileTest, CacheSeesChangesByOthersAndOwnWrites) {
   // Same size, written behind the cache's back by another writer: seen by
   // reads that start after the re-check interval.
   WriteFile(Path() + ".new", "[A]\nk=2\n");
-  std::rename((Path() + ".new").c_str(), Path().c_str());
+  std::filesystem::rename(Path() + ".new", Path());  // replaces the file on Windows too
   std::this_thread::sleep_for(2 * n4::ProfileCache::kRecheckInterval);
   EXPECT_EQ(Get("A", "k"), "2");
   EXPECT_EQ(n4::ProfileWriteString("A", "k", "3", Path()), 1);

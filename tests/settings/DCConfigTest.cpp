@@ -16,7 +16,7 @@ TEST_F(SettingsTest, ConfigReadsOnlyNamedSectionsOneToFifty) {
   file += Category(1, "Score", "STYLE=BOLD\r\nBACKGROUNDCOLOR=255\r\nTEXTCOLOR=-1\r\n");
   file += "[CATEGORY2]\r\nNAME=\r\nBACKGROUNDCOLOR=5\r\n";  // no name: not loaded
   file += Category(3, "News");                              // the gap is skipped
-  for (int i = 4; i <= 51; ++i) file += Category(i, "C" + std::to_string(i));
+  for (int i = 4; i <= 51; ++i) file += Category(i, std::string("C").append(std::to_string(i)));
   data_.Put("Config.dc", file);
 
   CN4FileDCConfig config;

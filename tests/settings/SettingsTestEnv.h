@@ -5,6 +5,7 @@
 #include <string>
 
 #include "n4file/Registry.h"
+#include "platform/Path.h"
 #include "profile/ProfileCache.h"
 #include "registry/RegistryTestEnv.h"
 #include "support/TestSupport.h"
@@ -12,14 +13,15 @@
 namespace n4test {
 
 struct DataDirEnv {
-  explicit DataDirEnv(const std::string& root) : env(root + "/registry"), scoped(&env), dataDir(root + "/data") {
+  explicit DataDirEnv(const std::string& root) : env(root + "/registry"), scoped(&env), dataDir(n4::JoinPath(root, "data")) {
     std::filesystem::create_directories(dataDir);
     CN4Registry reg;
     reg.CreateMachineRegistryKey("File Locations");
     reg.SetRegistryString("DataPath", dataDir.c_str());
     n4::ProfileCache::Instance().Clear();
   }
-  std::string File(const std::string& name) const { return dataDir + "/" + name; }
+  // As the library composes it: with the platform's separators throughout.
+  std::string File(const std::string& name) const { return n4::JoinPath(dataDir, n4::path::WithSeparators(name)); }
   // Writes a file behind the cache's back, as another program would.
   void Put(const std::string& name, const std::string& bytes) const {
     WriteFile(File(name), bytes);

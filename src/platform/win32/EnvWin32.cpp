@@ -231,16 +231,24 @@ class Win32Env final : public Env {
     return true;
   }
 
+  // The file's index is its identity: a file renamed over the name has
+  // another, even when size and write time match (the time only moves on at
+  // the clock's tick). Asking needs a handle; one that reads attributes only
+  // is not subject to sharing, so an editor's file is stamped all the same,
+  // and a writer renaming over it meanwhile retries as it does for a reader.
   bool GetFileStamp(const std::string& path, FileStamp* stamp, SysError* err) override {
-    WIN32_FILE_ATTRIBUTE_DATA data{};
-    if (!::GetFileAttributesExA(path.c_str(), GetFileExInfoStandard, &data)) return FailLastError(err);
-    stamp->size = (static_cast<std::uint64_t>(data.nFileSizeHigh) << 32) | data.nFileSizeLow;
+    Handle h(::CreateFileA(path.c_str(), FILE_READ_ATTRIBUTES, kShareAll, nullptr, OPEN_EXISTING,
+                           FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+    if (!h.valid()) return FailLastError(err);
+    BY_HANDLE_FILE_INFORMATION info{};
+    if (!::GetFileInformationByHandle(h.get(), &info)) return FailLastError(err);
+    stamp->size = (static_cast<std::uint64_t>(info.nFileSizeHigh) << 32) | info.nFileSizeLow;
     // 100-ns ticks since 1601 to nanoseconds since 1970, as on every platform.
     const std::uint64_t ticks =
-        (static_cast<std::uint64_t>(data.ftLastWriteTime.dwHighDateTime) << 32) | data.ftLastWriteTime.dwLowDateTime;
+        (static_cast<std::uint64_t>(info.ftLastWriteTime.dwHighDateTime) << 32) | info.ftLastWriteTime.dwLowDateTime;
     constexpr std::int64_t kTicksFrom1601To1970 = 116444736000000000;
     stamp->modified = (static_cast<std::int64_t>(ticks) - kTicksFrom1601To1970) * 100;
-    stamp->identity = 0;
+    stamp->identity = (static_cast<std::uint64_t>(info.nFileIndexHigh) << 32) | info.nFileIndexLow;
     return true;
   }
 

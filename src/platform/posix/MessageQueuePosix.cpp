@@ -3,10 +3,6 @@
 // Handles are numbers drawn from a counter and looked up in a process-wide
 // table, never addresses: a post to the handle of a destroyed queue finds
 // nothing instead of reaching freed memory or a newer queue.
-#include "n4file/Types.h"
-
-#if !defined(_WIN32)
-
 #include <chrono>
 #include <condition_variable>
 #include <deque>
@@ -109,5 +105,3 @@ int PostMessageTo(HWND window, UINT message, std::uintptr_t wParam, std::intptr_
 }
 
 }  // namespace n4
-
-#endif  // !_WIN32
