@@ -52,7 +52,6 @@ class GroupToolTest : public n4tooltest::ToolRunner {
       Ok({"group", "add-member", group, sign, "--sign"});
     }
   }
-  fs::path dir_;
   std::string db_ = "groups.mdb";
 };
 
