@@ -30,6 +30,21 @@ std::string TemporaryNameBeside(const std::string& target) {
   return dir.empty() ? leaf : JoinPath(dir, leaf);
 }
 
+// A file made elsewhere (a private temporary file) that becomes a new target
+// gets the permissions any new file there would get, so that a shared
+// library's readers can read it. The system shows them on a scratch file:
+// the process's file-creation mask cannot be read without changing it.
+bool TakeNewFilePermissions(Env* env, const std::string& file, const std::string& target, SysError* err) {
+  const std::string probe = TemporaryNameBeside(target);
+  std::unique_ptr<WritableFile> scratch = env->NewWritableFile(probe, err);
+  if (!scratch) return false;
+  const bool closed = scratch->Close(err);
+  const bool copied = closed && env->CopyPermissions(probe, file, err);
+  SysError ignored;
+  env->DeleteFile(probe, &ignored);
+  return copied;
+}
+
 bool IsReadOnly(Env* env, const std::string& path) {
   DWORD attributes = 0;
   SysError ignored;
@@ -126,7 +141,9 @@ bool ReplaceFileAtomic(Env* env, const std::string& from, const std::string& to,
         env->OpenFile(from, FileAccess::ReadWrite, FileShare::None, FileDisposition::OpenExisting, err);
     if (!finished || !finished->Sync(err)) return false;
   }
-  if (env->FileExists(to) && !env->CopyPermissions(to, from, err)) return false;
+  if (env->FileExists(to) ? !env->CopyPermissions(to, from, err) : !TakeNewFilePermissions(env, from, to, err)) {
+    return false;
+  }
   SysError local;
   if (env->RenameFile(from, to, &local)) return env->SyncDirectory(DirectoryForSync(to), err);
   if (local.code != kErrNotSameDevice) {

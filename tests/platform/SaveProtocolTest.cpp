@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <string>
 
 #include "platform/AtomicFile.h"
@@ -38,6 +39,21 @@ TEST(SaveProtocol, AFailedStepIsReportedAndLeavesTheTarget) {
     EXPECT_EQ(n4test::ReadFile(target), c.expected);
     EXPECT_EQ(dir.List().size(), 1u);
   }
+}
+
+// A private temporary file that becomes a new file takes the permissions of
+// any new file there, not its own owner-only ones.
+TEST(SaveProtocol, ANewTargetGetsTheUsualPermissions) {
+  namespace fs = std::filesystem;
+  n4test::TempDir dir;
+  const std::string source = dir.File("private"), target = dir.File("shared"), usual = dir.File("usual");
+  n4test::WriteFile(source, "content");
+  n4test::WriteFile(usual, "");
+  fs::permissions(source, fs::perms::owner_read | fs::perms::owner_write);
+  n4::SysError err;
+  ASSERT_TRUE(n4::ReplaceFileAtomic(n4::Env::Default(), source, target, &err)) << err.text;
+  EXPECT_EQ(fs::status(target).permissions(), fs::status(usual).permissions());
+  EXPECT_EQ(dir.List().size(), 2u);
 }
 
 TEST(SaveProtocol, ReplacesFromAnotherVolumeByCopyingBesideTheTarget) {
