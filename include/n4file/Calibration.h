@@ -30,6 +30,7 @@
 #include <memory>
 #include <string>
 
+#include "n4file/Exceptions.h"
 #include "n4file/Export.h"
 #include "n4file/Types.h"
 
@@ -41,23 +42,9 @@ class RandomAccessFile;
 // a cause code, the operating system's error number (Windows numbering on
 // every platform) and the file name. A fresh record holds `none`, -1 and "".
 struct N4FILE_API FileErrorRecord {
-  enum Cause {
-    none = 0,
-    genericException = 1,
-    fileNotFound = 2,
-    badPath = 3,
-    tooManyOpenFiles = 4,
-    accessDenied = 5,
-    invalidFile = 6,
-    removeCurrentDir = 7,
-    directoryFull = 8,
-    badSeek = 9,
-    hardIO = 10,
-    sharingViolation = 11,
-    lockViolation = 12,
-    diskFull = 13,
-    endOfFile = 14,
-  };
+  // The framework's causes, the same as its file exception's.
+  using Cause = n4::FileException::Cause;
+  using enum n4::FileException::Cause;
 
   int m_cause = none;
   LONG m_lOsError = -1;

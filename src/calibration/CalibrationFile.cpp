@@ -15,27 +15,7 @@ using Buffer = std::unique_ptr<unsigned char[], n4::CalibrationBufferDeleter>;
 }  // namespace
 
 int n4::FileErrorRecord::CauseFromOsError(DWORD osError) {
-  switch (osError) {
-    case kErrSuccess: return none;
-    case kErrFileNotFound: return fileNotFound;
-    case kErrPathNotFound: return badPath;
-    case kErrTooManyOpenFiles: return tooManyOpenFiles;
-    case kErrAccessDenied: return accessDenied;
-    case kErrInvalidHandle: return fileNotFound;  // the framework's choice
-    case kErrWriteProtect: return accessDenied;
-    case kErrSharingViolation: return sharingViolation;
-    case kErrLockViolation: return lockViolation;
-    case 38: return endOfFile;  // reached the end of the file
-    case kErrHandleDiskFull: return diskFull;
-    case kErrFileExists: return accessDenied;
-    case kErrDiskFull: return diskFull;
-    case kErrInvalidName: return badPath;
-    case kErrNegativeSeek: return badSeek;
-    case kErrDirNotEmpty: return removeCurrentDir;
-    case kErrAlreadyExists: return accessDenied;
-    case kErrFilenameTooLong: return badPath;
-    default: return genericException;
-  }
+  return n4::FileException::OsErrorToException(static_cast<long>(osError));
 }
 
 int CN4FileCalibration::OpenWithMode(const char* name, OpenMode mode) {

@@ -13,24 +13,11 @@
 #include "n4file/DirWatch.h"
 #include "platform/DirChange.h"
 #include "platform/posix/ErrorsPosix.h"
+#include "platform/posix/Fd.h"
 
 namespace n4 {
 
 namespace {
-
-class Fd {
- public:
-  explicit Fd(int fd = -1) : fd_(fd) {}
-  ~Fd() {
-    if (fd_ >= 0) close(fd_);
-  }
-  Fd(const Fd&) = delete;
-  Fd& operator=(const Fd&) = delete;
-  int get() const { return fd_; }
-
- private:
-  int fd_;
-};
 
 bool SetNonBlocking(int fd) {
   const int flags = fcntl(fd, F_GETFL);

@@ -14,6 +14,7 @@
 
 #include "platform/Env.h"
 #include "platform/posix/ErrorsPosix.h"
+#include "platform/posix/Fd.h"
 #include "platform/posix/FilePosix.h"
 
 namespace n4 {
@@ -21,26 +22,6 @@ namespace n4 {
 std::unique_ptr<ChildProcess> StartPosixProcess(const std::vector<std::string>& argv, SysError* err);
 
 namespace {
-
-class Fd {
- public:
-  explicit Fd(int fd = -1) : fd_(fd) {}
-  ~Fd() {
-    if (fd_ >= 0) close(fd_);
-  }
-  Fd(const Fd&) = delete;
-  Fd& operator=(const Fd&) = delete;
-  int get() const { return fd_; }
-  bool valid() const { return fd_ >= 0; }
-  int release() {
-    int fd = fd_;
-    fd_ = -1;
-    return fd;
-  }
-
- private:
-  int fd_;
-};
 
 bool WriteAll(int fd, const char* data, std::size_t size, SysError* err) {
   while (size > 0) {
