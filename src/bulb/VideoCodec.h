@@ -4,6 +4,11 @@
 // padded to 32 bits, 16-bit (5-5-5) or 24-bit BGR pixels. Everything about
 // the codec library stays in VideoCodec.cpp; built without it, Create()
 // returns null and method 6 falls back to raw.
+//
+// A codec object is used by one thread at a time; separate objects may code
+// frames on separate threads at once, as they share nothing mutable. A
+// compressed frame depends only on its bitmap and the sequence's quality,
+// not on the frames compressed before it.
 #pragma once
 
 #include <memory>
