@@ -2,7 +2,7 @@
 // benchmark: CPU time per frame and the PSNR of the decoded frame against the
 // input, one line per setting (counters psnr_db and bytes of the frame).
 // Run with --benchmark_filter=cinepak_options.
-#if __has_include(<libavcodec/avcodec.h>)
+#if N4_BENCH_HAVE_LIBAV
 
 #include <benchmark/benchmark.h>
 
@@ -10,6 +10,7 @@
 #include <cstring>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 extern "C" {
