@@ -379,6 +379,11 @@ class N4FILE_API CN4RiffFile : public CN4RiffChunk {
   int CreateMapping(void* wantedEnd);
   DWORD MappingSize(void* wantedEnd);
   int CopyToTemp();
+  // Writes the saved form of every object to out; its length in *length.
+  int WriteSavedCopy(n4::FileHandle* out, int compress, std::uint64_t* length);
+  // AddObject(src, -1, 1, compress) for the copy made at opening: the copy is
+  // written into the working file rather than through the mapping.
+  int AppendCopy(CN4RiffChunk* src, int compress, std::vector<std::byte>& scratch);
   int BuildObjectArray(int upTo);
   int IsSpaceAvailable(const std::string& newFile);
   // Records the last system error (code and the platform's text).
@@ -404,6 +409,7 @@ class N4FILE_API CN4RiffFile : public CN4RiffChunk {
   DWORD m_dwLastError = 0;
   std::vector<std::unique_ptr<CN4RiffChunk>> m_aObjects;
   std::uint64_t m_qwHighWater = 0;  // offset past every byte ever written in the working file
+  bool m_bCopyingIn = false;        // CopyToTemp at work: growth leaves new pages to the copy's writes
   bool m_bParsing = false;          // BuildObjectArray is running (object creation may look things up)
   ProgressHandler m_fnProgress;
 

@@ -10,6 +10,7 @@
 #include "bulb/BulbCodecs.h"
 #include "bulb/VideoCodec.h"
 #include "util/ByteOrder.h"
+#include "util/OrderedWork.h"
 
 namespace {
 
@@ -72,10 +73,34 @@ bool EnterState(SN4BulbCompInfo& info, DWORD state) {
   return true;
 }
 
+// A save that compresses on several workers gives each its own codec: the
+// sequence's one codec cannot encode two frames at once. Every stored frame
+// is a key frame, so a frame codes to the same bytes whichever codec saw the
+// frames before it.
+SN4BulbCompInfo& WorkerCompInfo(const SN4BulbCompInfo& shared) {
+  struct Own {
+    const SN4BulbCompInfo* source = nullptr;
+    DWORD height = 0, width = 0, color = 0;
+    LONG quality = 0;
+    std::unique_ptr<SN4BulbCompInfo> info;
+  };
+  thread_local Own own;
+  if (!own.info || own.source != &shared || own.height != shared.m_dwHeight || own.width != shared.m_dwWidth ||
+      own.color != shared.m_dwColor || own.quality != shared.m_CompVars.lQ) {
+    own.info = std::make_unique<SN4BulbCompInfo>(shared);  // settings only, no open codec
+    own.source = &shared;
+    own.height = shared.m_dwHeight;
+    own.width = shared.m_dwWidth;
+    own.color = shared.m_dwColor;
+    own.quality = shared.m_CompVars.lQ;
+  }
+  return *own.info;
+}
+
 }  // namespace
 
 DWORD CN4BulbData::CompressVideo(const BYTE* src, DWORD n, BYTE* out) {
-  SN4BulbCompInfo& info = *m_pBulbCompInfo;
+  SN4BulbCompInfo& info = n4::IsOrderedWorker() ? WorkerCompInfo(*m_pBulbCompInfo) : *m_pBulbCompInfo;
   const DWORD frame = info.FrameSize();
   if (frame == 0 || n < frame || !EnterState(info, n4::kCodecCompressing)) {
     return n4::bulb::StoreRaw(src, n, out, &m_nCompressMethod);

@@ -72,6 +72,10 @@ class FileHandle {
   // A read-only mapping is copy-on-write: writes through it stay private.
   virtual std::unique_ptr<MappedView> Map(std::uint64_t size, bool writable, SysError* err) = 0;
   virtual bool GetInformation(BY_HANDLE_FILE_INFORMATION* info, SysError* err) = 0;
+  // Writes all of data at offset (extending the file), or fails; a full disk
+  // is kErrDiskFull. Writing whole runs this way fills the system's cache
+  // without first zeroing fresh pages, as writing through a new mapping does.
+  virtual bool WriteAt(std::uint64_t offset, const void* data, std::size_t size, SysError* err) = 0;
   virtual bool Sync(SysError* err) = 0;
   // Announces that this handle's file is mapped by a reader, so that a save
   // over it reports kErrUserMappedFile as it would on Windows.

@@ -271,7 +271,9 @@ int CN4RiffFile::GrowFile(DWORD bytes) {
       RecordError(failure.code, failure.text);
     }
   }
-  if (result) m_pMapping->Populate(used, m_dwMappingSize - used, true);  // about to be appended to
+  // About to be appended to; the copy made at opening writes its pages
+  // through the file instead, which spares the zeroing of fresh pages.
+  if (result && !m_bCopyingIn) m_pMapping->Populate(used, m_dwMappingSize - used, true);
   std::byte* newBase = m_pViewBase;
   if (newBase == oldBase) return result;  // grown in place: every view still holds
   CN4RiffChunk::AdjustToNewBase(newBase, oldBase);

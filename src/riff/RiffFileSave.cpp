@@ -6,6 +6,8 @@
 #include "platform/AtomicFile.h"
 #include "platform/Env.h"
 #include "platform/Path.h"
+#include "riff/SaveStream.h"
+#include "util/OrderedWork.h"
 #include "riff/LastError.h"
 #include "util/ByteOrder.h"
 
@@ -14,10 +16,13 @@ using n4::LastSysError;
 
 namespace {
 
-// Slack beyond the used bytes for the save mapping: compaction never grows a
-// record, but a record that was absent in the working file is written as a
-// minimal chunk, so a little room is kept.
-constexpr std::uint64_t kSaveSlack = 64 * 1024;
+// Room beyond what a record says it writes: a record that was absent in the
+// working file (an INFO string, say) is written as a minimal chunk.
+constexpr std::size_t kCopySlack = 512;
+
+// Compressed results waiting for the writer, per worker: enough to keep every
+// worker busy while the writer is behind, without holding the whole file.
+constexpr std::size_t kResultsAheadPerWorker = 4;
 
 const char kNoRiff[] = "No RIFF chunk";
 const char kUpdateError[] = "Update error";
@@ -68,13 +73,15 @@ int CN4RiffFile::CopyToTemp() {
   const std::byte* riffEnd = std::min<const std::byte*>(static_cast<std::byte*>(riff.Data()) - 4 + riff.GetSize(), limit);
 
   int result = 1;
+  std::vector<std::byte> scratch;
+  m_bCopyingIn = true;
   std::byte* p = static_cast<std::byte*>(riff.Data());
   while (p < riffEnd && riffEnd - p >= 8) {
     if (!n4::ChunkFits(p, riffEnd)) break;
     std::byte* next = static_cast<std::byte*>(NextChunkPtr(p));
     std::unique_ptr<CN4RiffChunk> object = CreateChunk(ChunkId(p));
     if (object && object->AttachToFile(p)) {
-      if (AddObject(object.get(), -1, 1, IsFileCompressionOn()) < 0) {
+      if (AppendCopy(object.get(), IsFileCompressionOn(), scratch) < 0) {
         result = 0;
         break;
       }
@@ -82,9 +89,113 @@ int CN4RiffFile::CopyToTemp() {
     p = next;
     if (m_fnProgress) m_fnProgress(static_cast<std::uint64_t>(p - base), static_cast<std::uint64_t>(riffEnd - base));
   }
+  m_bCopyingIn = false;
   original.reset();
   if (result) RecordError(0, "");
   return result;
+}
+
+int CN4RiffFile::AppendCopy(CN4RiffChunk* src, int compress, std::vector<std::byte>& scratch) {
+  // As AddObject(src, ...): room for the larger of the copy and a fresh
+  // chunk, the fresh chunk appended, the copy over it, the object attached.
+  constexpr int kExpand = 1;
+  const DWORD sourceBytes = src->CopyBytesRequired(kExpand, compress);
+  if (!GrowFile(sourceBytes)) return -1;
+  const int index = AddObject(src->Type(), -1);
+  if (index < 0) return -1;
+  CN4RiffChunk* object = m_aObjects[index].get();
+  auto* at = static_cast<std::byte*>(object->StartOfChunkPtr());
+  // A compacted record (a string saved with room for its own text only)
+  // expands to the fresh chunk's size, which its stored size does not tell.
+  const auto fresh = static_cast<std::size_t>(static_cast<std::byte*>(GetEnd()) - at);
+  const std::size_t room = std::max<std::size_t>(sourceBytes, fresh) + kCopySlack;
+  scratch.assign(room, std::byte{0});
+  auto* end = static_cast<std::byte*>(src->CopyEx(scratch.data(), kExpand, compress));
+  const bool inside = end && end >= scratch.data() && end <= scratch.data() + room;
+  const std::size_t length = inside ? static_cast<std::size_t>(end - scratch.data()) : 0;
+  const auto offset = static_cast<std::uint64_t>(at - m_pViewBase);
+  if (!inside || offset + length > m_dwMappingSize) {
+    n4::Fail(&LastSysError(), n4::kErrInvalidParameter);
+    GetLastErrorString();
+    m_aObjects.erase(m_aObjects.begin() + index);
+    return -1;
+  }
+  // The working file's own pages take the copy: the mapping sees the same
+  // bytes without a fault-and-zero for each fresh page.
+  if (!m_pFile->WriteAt(offset, scratch.data(), length, &LastSysError())) {
+    GetLastErrorString();
+    m_aObjects.erase(m_aObjects.begin() + index);
+    return -1;
+  }
+  std::byte* copyEnd = at + length;
+  if (copyEnd > GetEnd()) {
+    SetEnd(copyEnd);
+    SizeChunk(copyEnd);
+  }
+  if (!object->AttachToFile(at)) {
+    m_aObjects.erase(m_aObjects.begin() + index);
+    return -1;
+  }
+  return index;
+}
+
+int CN4RiffFile::WriteSavedCopy(n4::FileHandle* out, int compress, std::uint64_t* length) {
+  n4::SaveStream stream(out, &LastSysError());
+  std::byte* header = stream.Reserve(12);
+  if (!header) return 0;
+  WriteChunkHeader(header, n4::kFourccRIFF, 4, Type());
+  stream.Commit(header + 12);
+
+  const std::size_t count = m_aObjects.size();
+  auto overran = [&]() {
+    // A record wrote more than it said it would: the copy cannot be trusted.
+    n4::Fail(&LastSysError(), n4::kErrInvalidParameter);
+    return 0;
+  };
+  // A copy that compresses spends its time in the codecs: the records are
+  // compressed on workers and written here in their order, the same bytes
+  // one thread writes. Plain copies are bound by memory and stay here.
+  const unsigned threads = compress != 0 ? n4::WorkerThreadCount() : 1;
+  if (threads > 1 && count > 1) {
+    n4::OrderedJob job;
+    job.count = count;
+    job.produce = [&](std::size_t i, std::vector<std::byte>& result) {
+      CN4RiffChunk* object = m_aObjects[i].get();
+      if (!object) return true;
+      const std::size_t room = std::size_t{object->CopyBytesRequired(-1, compress)} + kCopySlack;
+      result.assign(room, std::byte{0});
+      auto* end = static_cast<std::byte*>(object->CopyEx(result.data(), -1, compress));
+      if (!end || end < result.data() || end > result.data() + room) return false;
+      result.resize(static_cast<std::size_t>(end - result.data()));
+      return true;
+    };
+    bool writeFailed = false;
+    job.consume = [&](std::size_t i, std::vector<std::byte>& result) {
+      if (m_fnProgress) m_fnProgress(i, count);
+      writeFailed = !stream.Append(result.data(), result.size());
+      return !writeFailed;
+    };
+    if (!n4::RunOrdered(job, threads, threads * kResultsAheadPerWorker)) return writeFailed ? 0 : overran();
+  } else {
+    for (std::size_t i = 0; i < count; ++i) {
+      if (m_fnProgress) m_fnProgress(i, count);
+      CN4RiffChunk* object = m_aObjects[i].get();
+      if (!object) continue;
+      const std::size_t room = std::size_t{object->CopyBytesRequired(-1, compress)} + kCopySlack;
+      std::byte* at = stream.Reserve(room);
+      if (!at) return 0;
+      auto* end = static_cast<std::byte*>(object->CopyEx(at, -1, compress));
+      if (!end || end < at || end > at + room) return overran();
+      stream.Commit(end);
+    }
+  }
+  if (m_fnProgress) m_fnProgress(count, count);
+  if (!stream.Flush()) return 0;
+  *length = stream.Length();
+  // The outer chunk's size, now that it is known.
+  std::byte size[4];
+  n4::WriteLE32(size, static_cast<DWORD>(std::min<std::uint64_t>(*length - 8, 0xFFFFFFFFu)));
+  return out->WriteAt(4, size, 4, &LastSysError()) ? 1 : 0;
 }
 
 int CN4RiffFile::IsSpaceAvailable(const std::string& newFile) {
@@ -140,43 +251,16 @@ int CN4RiffFile::Update() {
     GetLastErrorString();
     return discard();
   }
-  const std::uint64_t capacity = UsedBytes() + kSaveSlack;
-  std::unique_ptr<n4::MappedView> view = out->Map(capacity, true, &LastSysError());
-  if (!view) {
-    GetLastErrorString();
-    out.reset();
-    return discard();
-  }
-
-  view->Populate(0, UsedBytes(), true);
-  std::byte* start = view->data();
-  const std::byte* limit = start + view->size();
-  WriteChunkHeader(start, n4::kFourccRIFF, 4, Type());
-  CN4RiffChunk riff;
-  riff.AttachToFile(start);
   int compress = 0;
   if (IsFileCompressionOn()) {
     compress = -static_cast<int>(std::min<DWORD>(RiffHdr()->dwCompression, INT_MAX));
   }
-  auto* p = static_cast<std::byte*>(riff.Data());
-  std::uint64_t written = 0;
-  for (auto& object : m_aObjects) {
-    if (m_fnProgress) m_fnProgress(written++, m_aObjects.size());
-    if (!object) continue;
-    p = static_cast<std::byte*>(object->CopyEx(p, -1, compress));
-    if (!p || p > limit) {
-      // A record wrote more than it held: the copy cannot be trusted.
-      view.reset();
-      out.reset();
-      n4::Fail(&LastSysError(), n4::kErrInvalidParameter);
-      GetLastErrorString();
-      return discard();
-    }
+  std::uint64_t length = 0;
+  if (!WriteSavedCopy(out.get(), compress, &length)) {
+    GetLastErrorString();
+    out.reset();
+    return discard();
   }
-  riff.SizeChunk(p);
-  if (m_fnProgress) m_fnProgress(written, m_aObjects.size());
-  const std::uint64_t length = static_cast<std::uint64_t>(p - start);
-  view.reset();
   if (!out->SetLength(length, &LastSysError())) {
     GetLastErrorString();
     out.reset();

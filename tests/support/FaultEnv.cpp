@@ -61,6 +61,9 @@ class FaultFileHandle final : public n4::FileHandle {
   bool GetInformation(BY_HANDLE_FILE_INFORMATION* info, n4::SysError* err) override {
     return target_->GetInformation(info, err);
   }
+  bool WriteAt(std::uint64_t offset, const void* data, std::size_t size, n4::SysError* err) override {
+    return env_->Step(FaultEnv::Kind::Write, err) && target_->WriteAt(offset, data, size, err);
+  }
   bool Sync(n4::SysError* err) override {
     if (!env_->Step(FaultEnv::Kind::Sync, err) || !target_->Sync(err)) return false;
     env_->FileSynced(path_, Content());

@@ -139,6 +139,22 @@ class PosixFileHandle final : public FileHandle {
     return true;
   }
 
+  bool WriteAt(std::uint64_t offset, const void* data, std::size_t size, SysError* err) override {
+    const auto* p = static_cast<const char*>(data);
+    while (size > 0) {
+      const ssize_t n = pwrite(fd_, p, size, static_cast<off_t>(offset));
+      if (n < 0) {
+        if (errno == EINTR) continue;
+        return FailErrno(err, errno);
+      }
+      if (n == 0) return FailErrno(err, ENOSPC);
+      p += n;
+      size -= static_cast<std::size_t>(n);
+      offset += static_cast<std::uint64_t>(n);
+    }
+    return true;
+  }
+
   bool Sync(SysError* err) override {
     if (fsync(fd_) != 0) return FailErrno(err, errno);
     return true;

@@ -138,6 +138,23 @@ class Win32FileHandle final : public FileHandle {
     return true;
   }
 
+  bool WriteAt(std::uint64_t offset, const void* data, std::size_t size, SysError* err) override {
+    const auto* p = static_cast<const char*>(data);
+    while (size > 0) {
+      const DWORD chunk = static_cast<DWORD>(std::min<std::size_t>(size, 1u << 30));
+      OVERLAPPED at{};
+      at.Offset = static_cast<DWORD>(offset);
+      at.OffsetHigh = static_cast<DWORD>(offset >> 32);
+      DWORD written = 0;
+      if (!::WriteFile(handle_, p, chunk, &written, &at)) return FailLastError(err);
+      if (written == 0) return Fail(err, ERROR_DISK_FULL);
+      p += written;
+      size -= written;
+      offset += written;
+    }
+    return true;
+  }
+
   bool Sync(SysError* err) override {
     if (!::FlushFileBuffers(handle_)) return FailLastError(err);
     return true;

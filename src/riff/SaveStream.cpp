@@ -1,0 +1,45 @@
+#include "riff/SaveStream.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace n4 {
+
+std::byte* SaveStream::Reserve(std::size_t bytes) {
+  if (stage_.size() - used_ < bytes) {
+    if (!Flush()) return nullptr;
+    if (stage_.size() < bytes) stage_.resize(std::max(bytes, kRun));
+  }
+  std::byte* at = stage_.data() + used_;
+  // Records skip their pad bytes: they must read as zero, as in a new file.
+  std::memset(at, 0, bytes);
+  return at;
+}
+
+void SaveStream::Commit(const std::byte* end) { used_ = static_cast<std::size_t>(end - stage_.data()); }
+
+bool SaveStream::Append(const std::byte* data, std::size_t size) {
+  if (size >= kRun) {
+    // Large results go out as they are, without a copy into the buffer.
+    if (!Flush() || !file_->WriteAt(written_, data, size, err_)) return false;
+    written_ += size;
+    return true;
+  }
+  if (stage_.size() - used_ < size) {
+    if (!Flush()) return false;
+    if (stage_.size() < kRun) stage_.resize(kRun);
+  }
+  std::memcpy(stage_.data() + used_, data, size);
+  used_ += size;
+  return true;
+}
+
+bool SaveStream::Flush() {
+  if (used_ == 0) return true;
+  if (!file_->WriteAt(written_, stage_.data(), used_, err_)) return false;
+  written_ += used_;
+  used_ = 0;
+  return true;
+}
+
+}  // namespace n4

@@ -1,0 +1,44 @@
+// The saved file written front to back through a staging buffer, in whole
+// runs: records are copied into the buffer and the buffer is written at the
+// file's end when it fills. Writing the system's cache this way costs one
+// copy per byte; writing through a fresh mapping costs a page fault and the
+// zeroing of every page besides.
+//
+// Thread safety: one object belongs to one thread.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "platform/Env.h"
+
+namespace n4 {
+
+class SaveStream {
+ public:
+  SaveStream(FileHandle* file, SysError* err) : file_(file), err_(err) {}
+
+  // Zeroed room for `bytes` at the end of the stream, after writing out what
+  // is staged when the buffer lacks room; null when that write failed.
+  // REQUIRES: Commit before the next Reserve or Append.
+  std::byte* Reserve(std::size_t bytes);
+  // The reserved bytes up to `end` belong to the stream.
+  void Commit(const std::byte* end);
+  bool Append(const std::byte* data, std::size_t size);
+  // Writes out what is staged.
+  bool Flush();
+  // Bytes in the stream so far, written out or staged.
+  std::uint64_t Length() const { return written_ + used_; }
+
+ private:
+  static constexpr std::size_t kRun = 4u << 20;
+
+  FileHandle* file_;
+  SysError* err_;
+  std::vector<std::byte> stage_;
+  std::size_t used_ = 0;
+  std::uint64_t written_ = 0;
+};
+
+}  // namespace n4

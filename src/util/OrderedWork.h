@@ -1,0 +1,36 @@
+// Work on numbered items spread over worker threads, with the results taken
+// in their numbered order on the calling thread: a save compresses its frames
+// in parallel yet writes them front to back, byte for byte as one thread would.
+//
+// Thread safety: Produce runs on workers, several at once, each on its own
+// item; Consume runs on the calling thread only, never beside another Consume.
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <vector>
+
+namespace n4 {
+
+// The worker threads a whole-file job may use: the "N4FILE_THREADS"
+// environment variable when it holds a positive number, else one per core.
+// 1 keeps all work on the calling thread.
+unsigned WorkerThreadCount();
+
+// True on a thread that RunOrdered started.
+bool IsOrderedWorker();
+
+struct OrderedJob {
+  std::size_t count = 0;
+  // Fills `out` with item i's result; false stops the job.
+  std::function<bool(std::size_t i, std::vector<std::byte>& out)> produce;
+  // Takes item i's result, in order 0, 1, 2...; false stops the job.
+  std::function<bool(std::size_t i, std::vector<std::byte>& result)> consume;
+};
+
+// Runs the job with `threads` workers (at most `ahead` results waiting to be
+// consumed, which bounds the memory held). Returns false when a call returned
+// false; items after that one are neither produced nor consumed.
+bool RunOrdered(const OrderedJob& job, unsigned threads, std::size_t ahead);
+
+}  // namespace n4
