@@ -28,6 +28,8 @@ class CBenchBlob : public CN4RiffChunk {
   N4_DECLARE_DYNCREATE(CBenchBlob)
  public:
   void* AppendToFile(CN4RiffFile* file) override { return CN4RiffChunk::AppendToFile(file, kBlob, kChunkBody, 0); }
+  // CopyEx is the plain copy: the file may move the stored bytes itself.
+  int IsCopyVerbatim(int, int) const override { return StartOfChunkPtr() != nullptr; }
 };
 N4_IMPLEMENT_DYNCREATE(CBenchBlob)
 

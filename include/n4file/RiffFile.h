@@ -138,6 +138,11 @@ class N4FILE_API CN4RiffChunk {
   // record in, so records whose copy can outgrow the stored chunk (expanded
   // pixels of another sign) override it.
   virtual DWORD CopyBytesRequired(int mode, int compress) const;
+  // 1 when CopyEx(dest, mode, compress) writes the chunk exactly as stored
+  // (its 8 + GetSize() bytes): a file then moves the stored bytes itself, in
+  // whole runs, without calling CopyEx. The base says 1 for a plain chunk
+  // only; a derived class whose CopyEx is the plain copy may say 1 as well.
+  virtual int IsCopyVerbatim(int mode, int compress) const;
 
   _RIFFCHUNK* Chunk() { return &m_Chunk; }
   const _RIFFCHUNK* Chunk() const { return &m_Chunk; }
@@ -278,6 +283,7 @@ class N4FILE_API CN4RiffHdr : public CN4RiffChunk {
   // Refuses (null) any chunk but "n4hd", leaving the view on it; a body too
   // short for the record does not attach and leaves this detached.
   void* AttachToFile(void* chunk) override;
+  int IsCopyVerbatim(int, int) const override { return m_Chunk.pChunk != nullptr; }
   tag_N4_RIFF_FILE_DATA* RiffHdr() const { return reinterpret_cast<tag_N4_RIFF_FILE_DATA*>(m_Chunk.pData); }
 };
 
@@ -384,6 +390,8 @@ class N4FILE_API CN4RiffFile : public CN4RiffChunk {
   // AddObject(src, -1, 1, compress) for the copy made at opening: the copy is
   // written into the working file rather than through the mapping.
   int AppendCopy(CN4RiffChunk* src, int compress, std::vector<std::byte>& scratch);
+  // The object at index, copied in up to copyEnd, views its copy.
+  int AttachCopy(int index, std::byte* copyEnd);
   int BuildObjectArray(int upTo);
   int IsSpaceAvailable(const std::string& newFile);
   // Records the last system error (code and the platform's text).

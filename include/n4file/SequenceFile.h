@@ -213,6 +213,8 @@ class N4FILE_API CN4GphFrame : public CN4Frame {
   tag_N4_FRM* FrameHdr() override;
   virtual void SetBulbCompInfoPtr(SN4BulbCompInfo* info);
   DWORD CopyBytesRequired(int mode, int compress) const override;
+  // Uncompressed pixels in a well-formed frame copy as stored.
+  int IsCopyVerbatim(int mode, int compress) const override;
 
   tag_N4_GRP_HDR* GphHdr() const { return m_GraphicHdr.GphHdr(); }
   CN4GraphicHdr* GetGraphicHdrObj() { return &m_GraphicHdr; }

@@ -116,3 +116,7 @@ void* CN4RiffChunk::AppendChunk(CN4RiffFile* file, DWORD id, DWORD size, DWORD t
 DWORD CN4RiffChunk::CopyBytesRequired(int, int) const {
   return m_Chunk.pChunk ? ChunkBytesRequired(GetSize()) : 0;
 }
+
+int CN4RiffChunk::IsCopyVerbatim(int, int) const {
+  return m_Chunk.pChunk && GetRuntimeClass() == ThisClass();
+}

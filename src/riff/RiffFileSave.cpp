@@ -34,6 +34,15 @@ const char kStopAndRetry[] = "Either stop the sequence and try again\n";
 const char kDifferentName[] = "     or save to a different name.\n";
 const char kCouldNotSave[] = "Could not save.\n";
 
+// A record whose copy is its stored bytes, moved from where it lies. The pad
+// byte is written as zero, as a copy leaves it.
+bool AppendStored(n4::SaveStream& stream, const CN4RiffChunk& object) {
+  const DWORD size = object.GetSize();
+  if (!stream.AppendInPlace(static_cast<const std::byte*>(object.StartOfChunkPtr()), std::size_t{size} + 8)) return false;
+  constexpr std::byte kPad[1] = {std::byte{0}};
+  return size % 2 == 0 || stream.Append(kPad, 1);
+}
+
 }  // namespace
 
 int CN4RiffFile::CopyToTemp() {
@@ -105,6 +114,19 @@ int CN4RiffFile::AppendCopy(CN4RiffChunk* src, int compress, std::vector<std::by
   if (index < 0) return -1;
   CN4RiffChunk* object = m_aObjects[index].get();
   auto* at = static_cast<std::byte*>(object->StartOfChunkPtr());
+  const auto offset = static_cast<std::uint64_t>(at - m_pViewBase);
+  if (src->IsCopyVerbatim(kExpand, compress)) {
+    // The stored bytes go from the original straight into the working file.
+    const std::size_t length = std::size_t{src->GetSize()} + 8;
+    if (offset + length > m_dwMappingSize ||
+        !m_pFile->WriteAt(offset, src->StartOfChunkPtr(), length, &LastSysError())) {
+      if (offset + length > m_dwMappingSize) n4::Fail(&LastSysError(), n4::kErrInvalidParameter);
+      GetLastErrorString();
+      m_aObjects.erase(m_aObjects.begin() + index);
+      return -1;
+    }
+    return AttachCopy(index, at + length);
+  }
   // A compacted record (a string saved with room for its own text only)
   // expands to the fresh chunk's size, which its stored size does not tell.
   const auto fresh = static_cast<std::size_t>(static_cast<std::byte*>(GetEnd()) - at);
@@ -113,7 +135,6 @@ int CN4RiffFile::AppendCopy(CN4RiffChunk* src, int compress, std::vector<std::by
   auto* end = static_cast<std::byte*>(src->CopyEx(scratch.data(), kExpand, compress));
   const bool inside = end && end >= scratch.data() && end <= scratch.data() + room;
   const std::size_t length = inside ? static_cast<std::size_t>(end - scratch.data()) : 0;
-  const auto offset = static_cast<std::uint64_t>(at - m_pViewBase);
   if (!inside || offset + length > m_dwMappingSize) {
     n4::Fail(&LastSysError(), n4::kErrInvalidParameter);
     GetLastErrorString();
@@ -127,12 +148,16 @@ int CN4RiffFile::AppendCopy(CN4RiffChunk* src, int compress, std::vector<std::by
     m_aObjects.erase(m_aObjects.begin() + index);
     return -1;
   }
-  std::byte* copyEnd = at + length;
+  return AttachCopy(index, at + length);
+}
+
+int CN4RiffFile::AttachCopy(int index, std::byte* copyEnd) {
   if (copyEnd > GetEnd()) {
     SetEnd(copyEnd);
     SizeChunk(copyEnd);
   }
-  if (!object->AttachToFile(at)) {
+  CN4RiffChunk* object = m_aObjects[index].get();
+  if (!object->AttachToFile(object->StartOfChunkPtr())) {
     m_aObjects.erase(m_aObjects.begin() + index);
     return -1;
   }
@@ -161,7 +186,7 @@ int CN4RiffFile::WriteSavedCopy(n4::FileHandle* out, int compress, std::uint64_t
     job.count = count;
     job.produce = [&](std::size_t i, std::vector<std::byte>& result) {
       CN4RiffChunk* object = m_aObjects[i].get();
-      if (!object) return true;
+      if (!object || object->IsCopyVerbatim(-1, compress)) return true;  // written as stored
       const std::size_t room = std::size_t{object->CopyBytesRequired(-1, compress)} + kCopySlack;
       result.assign(room, std::byte{0});
       auto* end = static_cast<std::byte*>(object->CopyEx(result.data(), -1, compress));
@@ -172,7 +197,12 @@ int CN4RiffFile::WriteSavedCopy(n4::FileHandle* out, int compress, std::uint64_t
     bool writeFailed = false;
     job.consume = [&](std::size_t i, std::vector<std::byte>& result) {
       if (m_fnProgress) m_fnProgress(i, count);
-      writeFailed = !stream.Append(result.data(), result.size());
+      CN4RiffChunk* object = m_aObjects[i].get();
+      if (object && result.empty() && object->IsCopyVerbatim(-1, compress)) {
+        writeFailed = !AppendStored(stream, *object);
+      } else {
+        writeFailed = !stream.Append(result.data(), result.size());
+      }
       return !writeFailed;
     };
     if (!n4::RunOrdered(job, threads, threads * kResultsAheadPerWorker)) return writeFailed ? 0 : overran();
@@ -181,6 +211,10 @@ int CN4RiffFile::WriteSavedCopy(n4::FileHandle* out, int compress, std::uint64_t
       if (m_fnProgress) m_fnProgress(i, count);
       CN4RiffChunk* object = m_aObjects[i].get();
       if (!object) continue;
+      if (object->IsCopyVerbatim(-1, compress)) {
+        if (!AppendStored(stream, *object)) return 0;
+        continue;
+      }
       const std::size_t room = std::size_t{object->CopyBytesRequired(-1, compress)} + kCopySlack;
       std::byte* at = stream.Reserve(room);
       if (!at) return 0;

@@ -6,6 +6,7 @@
 namespace n4 {
 
 std::byte* SaveStream::Reserve(std::size_t bytes) {
+  if (!FlushRun()) return nullptr;
   if (stage_.size() - used_ < bytes) {
     if (!Flush()) return nullptr;
     if (stage_.size() < bytes) stage_.resize(std::max(bytes, kRun));
@@ -19,6 +20,7 @@ std::byte* SaveStream::Reserve(std::size_t bytes) {
 void SaveStream::Commit(const std::byte* end) { used_ = static_cast<std::size_t>(end - stage_.data()); }
 
 bool SaveStream::Append(const std::byte* data, std::size_t size) {
+  if (!FlushRun()) return false;
   if (size >= kRun) {
     // Large results go out as they are, without a copy into the buffer.
     if (!Flush() || !file_->WriteAt(written_, data, size, err_)) return false;
@@ -34,12 +36,34 @@ bool SaveStream::Append(const std::byte* data, std::size_t size) {
   return true;
 }
 
+bool SaveStream::AppendInPlace(const std::byte* data, std::size_t size) {
+  if (run_ && data == run_ + runSize_) {
+    runSize_ += size;
+    return true;
+  }
+  if (size < kInPlaceAtLeast) return Append(data, size);
+  // The staged bytes come first; the previous run too.
+  if (!Flush()) return false;
+  run_ = data;
+  runSize_ = size;
+  return true;
+}
+
+bool SaveStream::FlushRun() {
+  if (!run_) return true;
+  if (!file_->WriteAt(written_, run_, runSize_, err_)) return false;
+  written_ += runSize_;
+  run_ = nullptr;
+  runSize_ = 0;
+  return true;
+}
+
 bool SaveStream::Flush() {
-  if (used_ == 0) return true;
+  if (used_ == 0) return FlushRun();
   if (!file_->WriteAt(written_, stage_.data(), used_, err_)) return false;
   written_ += used_;
   used_ = 0;
-  return true;
+  return FlushRun();
 }
 
 }  // namespace n4

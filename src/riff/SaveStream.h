@@ -26,19 +26,31 @@ class SaveStream {
   // The reserved bytes up to `end` belong to the stream.
   void Commit(const std::byte* end);
   bool Append(const std::byte* data, std::size_t size);
+  // As Append, for bytes that stay in place until Flush (a mapped file):
+  // large runs are written from where they lie, and a run that continues
+  // the previous one joins it, so that neighbouring records go out in one
+  // write without a copy into the buffer.
+  bool AppendInPlace(const std::byte* data, std::size_t size);
   // Writes out what is staged.
   bool Flush();
   // Bytes in the stream so far, written out or staged.
-  std::uint64_t Length() const { return written_ + used_; }
+  std::uint64_t Length() const { return written_ + used_ + runSize_; }
 
  private:
   static constexpr std::size_t kRun = 4u << 20;
+  // Below this a copy into the buffer is cheaper than a write of its own.
+  static constexpr std::size_t kInPlaceAtLeast = 16u << 10;
+
+  bool FlushRun();
 
   FileHandle* file_;
   SysError* err_;
   std::vector<std::byte> stage_;
   std::size_t used_ = 0;
   std::uint64_t written_ = 0;
+  // A run of in-place bytes after the staged ones, not yet written.
+  const std::byte* run_ = nullptr;
+  std::size_t runSize_ = 0;
 };
 
 }  // namespace n4

@@ -26,6 +26,27 @@ DWORD CN4GphFrame::CopyBytesRequired(int mode, int compress) const {
   return 12 + m_GraphicHdr.CopyBytesRequired(mode, compress) + m_BulbData.CopyBytesRequired(mode, compress);
 }
 
+int CN4GphFrame::IsCopyVerbatim(int, int compress) const {
+  // A compressing or expanding copy rewrites the pixels; otherwise CopyEx
+  // writes the list header, the graphic header and the pixels as stored,
+  // clears the header's method and sizes the list to what it wrote.
+  if (compress != 0 || !StartOfChunkPtr() || !m_GraphicHdr.StartOfChunkPtr() || !m_BulbData.StartOfChunkPtr()) {
+    return 0;
+  }
+  const tag_N4_GRP_HDR* hdr = GphHdr();
+  if (!hdr || hdr->dwCompressMethod != 0) return 0;
+  const auto* list = static_cast<const std::byte*>(StartOfChunkPtr());
+  const auto* header = static_cast<const std::byte*>(m_GraphicHdr.StartOfChunkPtr());
+  const auto* bulb = static_cast<const std::byte*>(m_BulbData.StartOfChunkPtr());
+  const DWORD headerBytes = ChunkBytesRequired(m_GraphicHdr.GetSize());
+  const DWORD bulbBytes = ChunkBytesRequired(m_BulbData.GetSize());
+  if (header != list + 12 || bulb != header + headerBytes || GetSize() != 4 + headerBytes + bulbBytes) return 0;
+  // The pad bytes, which CopyEx leaves unwritten (zero).
+  if (m_GraphicHdr.GetSize() % 2 && header[headerBytes - 1] != std::byte{0}) return 0;
+  if (m_BulbData.GetSize() % 2 && bulb[bulbBytes - 1] != std::byte{0}) return 0;
+  return 1;
+}
+
 void CN4GphFrame::SetBulbCompInfoPtr(SN4BulbCompInfo* info) { m_BulbData.SetBulbCompInfoPtr(info); }
 
 tag_N4_FRM* CN4GphFrame::FrameHdr() { return reinterpret_cast<tag_N4_FRM*>(m_GraphicHdr.GphHdr()); }
