@@ -165,6 +165,9 @@ int CN4RiffFile::AttachCopy(int index, std::byte* copyEnd) {
 }
 
 int CN4RiffFile::WriteSavedCopy(n4::FileHandle* out, int compress, std::uint64_t* length) {
+  // Records are read front to back: map the pages in at once rather than
+  // one fault at a time, which the writes below would otherwise take.
+  if (m_pMapping) m_pMapping->Populate(0, UsedBytes(), false);
   n4::SaveStream stream(out, &LastSysError());
   std::byte* header = stream.Reserve(12);
   if (!header) return 0;
