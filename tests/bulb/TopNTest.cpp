@@ -147,41 +147,38 @@ std::vector<DWORD> Histogram(std::initializer_list<DWORD> top, DWORD total) {
   return h;
 }
 
-TEST(TopN, EstimatesRoundUp) {
+// The estimates round up; after a run-length fall-back the packing with the
+// smallest estimate wins, after a run-length result only one that beats its
+// size; a close call between Top4 and Top2 (600 + k against 606) turns on
+// the allowance: 4 after a fall-back picks Top4, 8 after a result Top2.
+TEST(TopN, ChoiceByEstimate) {
   const DWORD counts[4] = {50, 20, 10, 5};
   const auto t = n4::bulb::EstimateTop(counts, 100, 8);
   EXPECT_EQ(t.top4, 49 + 8);  // (900 - 510) / 8 = 48.75
   EXPECT_EQ(t.top2, 52 + 6);  // (900 - 490) / 8 = 51.25
   EXPECT_EQ(t.top1, 63 + 5);  // (900 - 400) / 8 = 62.5
-}
-
-TEST(TopN, ChoiceAfterRunLengthFellBack) {
   struct Case {
     std::initializer_list<DWORD> top;
+    DWORD n;
+    int rleMethod;
+    DWORD rleSize;
     int want;
   };
   const Case cases[] = {
-      {{400, 300, 200, 100}, N4_BULB_COMPRESS_TOP4},
-      {{500, 400, 50, 50}, N4_BULB_COMPRESS_TOP2},
-      {{900, 50, 30, 20}, N4_BULB_COMPRESS_TOP1},
-      {{4, 4, 4, 4}, N4_BULB_COMPRESS_NONE},
+      {{400, 300, 200, 100}, 1000, N4_BULB_COMPRESS_NONE, 1000, N4_BULB_COMPRESS_TOP4},
+      {{500, 400, 50, 50}, 1000, N4_BULB_COMPRESS_NONE, 1000, N4_BULB_COMPRESS_TOP2},
+      {{900, 50, 30, 20}, 1000, N4_BULB_COMPRESS_NONE, 1000, N4_BULB_COMPRESS_TOP1},
+      {{4, 4, 4, 4}, 1000, N4_BULB_COMPRESS_NONE, 1000, N4_BULB_COMPRESS_NONE},
+      {{400, 300, 200, 100}, 1001, N4_BULB_COMPRESS_RLE, 100, N4_BULB_COMPRESS_RLE},
+      {{400, 300, 200, 100}, 1001, N4_BULB_COMPRESS_RLE, 900, N4_BULB_COMPRESS_TOP4},
+      {{300, 300, 50, 50}, 1000, N4_BULB_COMPRESS_NONE, 1000, N4_BULB_COMPRESS_TOP4},
+      {{300, 300, 50, 50}, 1001, N4_BULB_COMPRESS_RLE, 999, N4_BULB_COMPRESS_TOP2},
   };
   for (const Case& c : cases) {
+    SCOPED_TRACE(testing::Message() << *c.top.begin() << " " << c.rleMethod << " " << c.rleSize);
     const auto h = Histogram(c.top, 1000);
-    EXPECT_EQ(n4::bulb::ChooseBitPacking(h.data(), 1000, N4_BULB_COMPRESS_NONE, 1000), c.want);
+    EXPECT_EQ(n4::bulb::ChooseBitPacking(h.data(), c.n, c.rleMethod, c.rleSize), c.want);
   }
-}
-
-TEST(TopN, ChoiceAfterRunLengthUsesItsSizeAndTheOtherAllowance) {
-  const auto spread = Histogram({400, 300, 200, 100}, 1000);
-  EXPECT_EQ(n4::bulb::ChooseBitPacking(spread.data(), 1001, N4_BULB_COMPRESS_RLE, 100), N4_BULB_COMPRESS_RLE);
-  EXPECT_EQ(n4::bulb::ChooseBitPacking(spread.data(), 1001, N4_BULB_COMPRESS_RLE, 900), N4_BULB_COMPRESS_TOP4);
-
-  // Four-value estimate 600 + k against a two-value estimate of 606: the
-  // allowance of 4 after a fall-back picks Top4, the allowance of 8 Top2.
-  const auto close = Histogram({300, 300, 50, 50}, 1000);
-  EXPECT_EQ(n4::bulb::ChooseBitPacking(close.data(), 1000, N4_BULB_COMPRESS_NONE, 1000), N4_BULB_COMPRESS_TOP4);
-  EXPECT_EQ(n4::bulb::ChooseBitPacking(close.data(), 1001, N4_BULB_COMPRESS_RLE, 999), N4_BULB_COMPRESS_TOP2);
 }
 
 }  // namespace

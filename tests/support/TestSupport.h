@@ -3,6 +3,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstdlib>
 #include <memory>
 #include <string>
 #include <vector>
@@ -33,6 +34,17 @@ void WriteFile(const std::string& path, const std::string& bytes);
 bool Exists(const std::string& path);
 // Polls until path exists; false on time-out.
 bool WaitForFile(const std::string& path, std::chrono::milliseconds timeout = std::chrono::seconds(20));
+
+#ifdef N4_TEST_DATA_DIR
+// A file under tests/data.
+inline std::string DataPath(const std::string& name) { return std::string(N4_TEST_DATA_DIR) + "/" + name; }
+// True when `actual` is the content of golden file `name`; with
+// N4_UPDATE_GOLDEN set in the environment it becomes that content instead.
+inline bool MatchesGolden(const std::string& name, const std::string& actual) {
+  if (std::getenv("N4_UPDATE_GOLDEN")) WriteFile(DataPath(name), actual);
+  return ReadFile(DataPath(name)) == actual;
+}
+#endif
 
 // True when the program runs under Wine on another system, for the few
 // checks Wine cannot pass. Wine hands the Unix environment on, and our runs
