@@ -20,33 +20,43 @@ Bytes Words(std::initializer_list<int> words) {
   return out;
 }
 
-template <typename Compress>
-Bytes Encode(Compress compress, const Bytes& in, int* method) {
-  Bytes out(n4::CompressBound(static_cast<DWORD>(in.size())));
-  out.resize(compress(in.data(), out.data(), static_cast<DWORD>(in.size()), method));
-  return out;
-}
+using Packer = DWORD (*)(const void*, void*, DWORD, int*);
 
-TEST(RleWord, StoredLayout) {
-  int method = -1;
-  // A literal of two words, a repeat of ten, a literal of one.
-  const Bytes in = Words({0x1111, 0x2222, 0x3333, 0x3333, 0x3333, 0x3333, 0x3333, 0x3333, 0x3333, 0x3333, 0x3333,
-                          0x3333, 0x4444});
-  EXPECT_EQ(Encode(CN4BulbData::CompressRLEWord, in, &method),
-            Of({26, 0, 0, 0, 0x01, 0x00, 0x11, 0x11, 0x22, 0x22, 0x09, 0x80, 0x33, 0x33, 0x00, 0x00, 0x44, 0x44}));
-  EXPECT_EQ(method, N4_BULB_COMPRESS_RLE_WORD);
-
-  // A pair does not break a literal; three equal words start a repeat.
-  const Bytes pair = Words({1, 7, 7, 2, 5, 5, 5, 5, 5, 5, 5, 5, 5, 5});
-  EXPECT_EQ(Encode(CN4BulbData::CompressRLEWord, pair, &method),
-            Of({28, 0, 0, 0, 3, 0, 1, 0, 7, 0, 7, 0, 2, 0, 0x09, 0x80, 5, 0}));
-}
-
-TEST(RleWord, FallsBackToRaw) {
-  for (const Bytes& in : {n4test::RandomBytes(400, 9), Bytes(7, 0) /* odd */}) {
+// RleWord: a literal of two words, a repeat of ten, a literal of one; a pair
+// does not break a literal, three equal words start a repeat. Rgb24: each
+// channel a run of its own; with a length no multiple of 3 the first channel
+// has one more sample. Noise and odd lengths are stored raw (no expectation).
+TEST(DirectColour, StoredLayout) {
+  Bytes triples;
+  for (int k = 0; k < 12; ++k) triples.insert(triples.end(), {10, 20, 30});
+  Bytes triplesAndOne = triples;
+  triplesAndOne.push_back(10);
+  struct Case {
+    const char* name;
+    Packer pack;
+    Bytes in, out;
+  };
+  const Case cases[] = {
+      {"words", CN4BulbData::CompressRLEWord,
+       Words({0x1111, 0x2222, 0x3333, 0x3333, 0x3333, 0x3333, 0x3333, 0x3333, 0x3333, 0x3333, 0x3333, 0x3333, 0x4444}),
+       Of({26, 0, 0, 0, 0x01, 0x00, 0x11, 0x11, 0x22, 0x22, 0x09, 0x80, 0x33, 0x33, 0x00, 0x00, 0x44, 0x44})},
+      {"word pair", CN4BulbData::CompressRLEWord, Words({1, 7, 7, 2, 5, 5, 5, 5, 5, 5, 5, 5, 5, 5}),
+       Of({28, 0, 0, 0, 3, 0, 1, 0, 7, 0, 7, 0, 2, 0, 0x09, 0x80, 5, 0})},
+      {"word noise", CN4BulbData::CompressRLEWord, n4test::RandomBytes(400, 9), {}},
+      {"odd length", CN4BulbData::CompressRLEWord, Bytes(7, 0), {}},
+      {"triples", CN4BulbData::CompressRGB24, triples, Of({36, 0, 0, 0, 0x8B, 10, 0x8B, 20, 0x8B, 30})},
+      {"triples and one", CN4BulbData::CompressRGB24, triplesAndOne, Of({37, 0, 0, 0, 0x8C, 10, 0x8B, 20, 0x8B, 30})},
+      {"colour noise", CN4BulbData::CompressRGB24, n4test::RandomBytes(300, 2), {}},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
     int method = -1;
-    EXPECT_EQ(Encode(CN4BulbData::CompressRLEWord, in, &method), in);
-    EXPECT_EQ(method, N4_BULB_COMPRESS_NONE);
+    Bytes out(n4::CompressBound(static_cast<DWORD>(c.in.size())));
+    out.resize(c.pack(c.in.data(), out.data(), static_cast<DWORD>(c.in.size()), &method));
+    EXPECT_EQ(out, c.out.empty() ? c.in : c.out);
+    EXPECT_EQ(method, c.out.empty()                          ? N4_BULB_COMPRESS_NONE
+                      : c.pack == CN4BulbData::CompressRGB24 ? N4_BULB_COMPRESS_RGB24
+                                                             : N4_BULB_COMPRESS_RLE_WORD);
   }
 }
 
@@ -58,22 +68,6 @@ TEST(RleWord, DecoderSkipsARunThatPassesTheCount) {
   EXPECT_EQ(Bytes(out.begin(), out.begin() + 12), Of({5, 5, 5, 5, 5, 5, 5, 5, 5, 5, 0xEE, 0xEE}));
   // Fewer than three words of input decode to nothing.
   EXPECT_EQ(CN4BulbData::DecompressRLEWord(stream.data(), out.data(), 5, 32), 0u);
-}
-
-TEST(Rgb24, StoredLayout) {
-  Bytes in;
-  for (int k = 0; k < 12; ++k) in.insert(in.end(), {10, 20, 30});
-  int method = -1;
-  EXPECT_EQ(Encode(CN4BulbData::CompressRGB24, in, &method), Of({36, 0, 0, 0, 0x8B, 10, 0x8B, 20, 0x8B, 30}));
-  EXPECT_EQ(method, N4_BULB_COMPRESS_RGB24);
-
-  // A length that is no multiple of 3: the first channel has one more sample.
-  in.push_back(10);
-  EXPECT_EQ(Encode(CN4BulbData::CompressRGB24, in, &method), Of({37, 0, 0, 0, 0x8C, 10, 0x8B, 20, 0x8B, 30}));
-
-  const Bytes noise = n4test::RandomBytes(300, 2);
-  EXPECT_EQ(Encode(CN4BulbData::CompressRGB24, noise, &method), noise);
-  EXPECT_EQ(method, N4_BULB_COMPRESS_NONE);
 }
 
 }  // namespace

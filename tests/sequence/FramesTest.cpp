@@ -108,18 +108,16 @@ TEST(CommandFrame, AddInsertAndDeleteShiftTheSlots) {
   // A string too long for its slot still shifts the others and counts.
   EXPECT_EQ(f->InsertCommand(0, std::string(300, 'y').c_str()), 0);
   EXPECT_EQ(Commands(f), (std::vector<std::string>{"", "s", "b"}));
-}
 
-TEST(CommandFrame, FullFramesRefuseMore) {
-  Sequence s;
-  CN4CmdFrame* f = s.Add<CN4CmdFrame>(n4::kFourccCmd);
-  for (int i = 0; i < 128; ++i) ASSERT_EQ(f->AddCommand(std::to_string(i).c_str()), i);
-  EXPECT_EQ(f->AddCommand("x"), -1);
-  EXPECT_EQ(f->InsertCommand(5, "x"), 0);
-  EXPECT_EQ(f->DeleteCommand(0), 1);
-  EXPECT_STREQ(f->GetPtrToCommandString(0), "1");
-  EXPECT_STREQ(f->GetPtrToCommandString(126), "127");
-  EXPECT_STREQ(f->GetPtrToCommandString(127), "");
+  // A full frame refuses more.
+  CN4CmdFrame* full = s.Add<CN4CmdFrame>(n4::kFourccCmd);
+  for (int i = 0; i < 128; ++i) ASSERT_EQ(full->AddCommand(std::to_string(i).c_str()), i);
+  EXPECT_EQ(full->AddCommand("x"), -1);
+  EXPECT_EQ(full->InsertCommand(5, "x"), 0);
+  EXPECT_EQ(full->DeleteCommand(0), 1);
+  EXPECT_STREQ(full->GetPtrToCommandString(0), "1");
+  EXPECT_STREQ(full->GetPtrToCommandString(126), "127");
+  EXPECT_STREQ(full->GetPtrToCommandString(127), "");
 }
 
 TEST(CommandFrame, SizesInWorkingAndSavedFiles) {

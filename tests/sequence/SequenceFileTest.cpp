@@ -175,8 +175,6 @@ TEST_F(SequenceFileTest, CopiedGraphicFramesHandTheMethodOver) {
   EXPECT_EQ(copy->GetBulbObj()->GetBulbCompInfoPtr(), dst.GetGraphicBulbPrototype());
 }
 
-}  // namespace
-
 // A frame copied in is expanded with its own sign's geometry, which may be far
 // larger than a frame of the sign it is copied into: the copy must stay inside
 // the working file's mapping, whatever the two sizes and the stored method.
@@ -208,8 +206,6 @@ TEST_F(SequenceFileTest, FramesCopyBetweenSignsOfEverySize) {
     }
   }
 }
-
-namespace {
 
 // Frames held in a list chunk grow the file once for the whole list; when
 // that fails the frame is refused with the system's error and nothing of it
