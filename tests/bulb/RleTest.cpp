@@ -52,36 +52,6 @@ Bytes Concat(std::initializer_list<Bytes> parts) {
   return out;
 }
 
-TEST(Rle, StoredLayout) {
-  // A literal meeting a pair closes with the pair's first byte.
-  const Bytes abc = Concat({Of({'A', 'B', 'C'}), Repeat(20, 'C')});
-  EXPECT_EQ(Encode(abc).stream, Of({23, 0, 0, 0, 0x02, 'A', 'B', 'C', 0x93, 'C'}));
-
-  // Repeats are cut into pieces of 128; a short remainder stays a repeat.
-  EXPECT_EQ(Encode(Repeat(128, 7)).stream, Of({128, 0, 0, 0, 0xFF, 7}));
-  EXPECT_EQ(Encode(Repeat(129, 7)).stream, Of({129, 0, 0, 0, 0xFF, 7, 0x80, 7}));
-  EXPECT_EQ(Encode(Repeat(256, 7)).stream, Of({0, 1, 0, 0, 0xFF, 7, 0xFF, 7}));
-
-  // A pair followed by something else joins the literal that follows it.
-  const Bytes pairs = Concat({Repeat(10, 0), Of({1, 1, 2}), Repeat(10, 0)});
-  EXPECT_EQ(Encode(pairs).stream, Of({23, 0, 0, 0, 0x89, 0, 0x03, 1, 1, 2, 0, 0x88, 0}));
-  EXPECT_EQ(Encode(pairs).method, N4_BULB_COMPRESS_RLE);
-}
-
-TEST(Rle, FallsBackToRawWhenALiteralWouldGrowTheFrame) {
-  // The 4-byte count is part of the size test: six bytes with no run of three
-  // cannot win.
-  for (const Bytes& in : {Of({1, 2, 3, 4, 5, 6}), Of({1, 1, 2, 2, 3, 3}), n4test::RandomBytes(5000, 3)}) {
-    const Encoded e = Encode(in);
-    EXPECT_EQ(e.method, N4_BULB_COMPRESS_NONE);
-    EXPECT_EQ(e.stream, in);
-  }
-  // Only literals are checked, so a lone repeat may still come out longer.
-  const Encoded repeats = Encode(Of({5, 5, 5}));
-  EXPECT_EQ(repeats.method, N4_BULB_COMPRESS_RLE);
-  EXPECT_EQ(repeats.stream, Of({3, 0, 0, 0, 0x82, 5}));
-}
-
 TEST(Rle, HistogramSkipsTheFirstByteAndStopsWithTheEncoding) {
   const Encoded e = Encode(Concat({Of({9}), Repeat(40, 0), Of({9, 9, 9})}));
   EXPECT_EQ(e.histogram[0], 40u);

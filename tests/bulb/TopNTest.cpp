@@ -35,17 +35,6 @@ Bytes Encode(Compressor compress, const Bytes& in) {
 
 Bytes Of(std::initializer_list<int> bytes) { return Bytes(bytes.begin(), bytes.end()); }
 
-TEST(TopN, StoredLayout) {
-  // Top4 of 1 2 3 4 9: indexes 000 001 010 011, then 1 + 00001001 for 9;
-  // 21 bits make 2 whole bytes plus the partly filled one.
-  EXPECT_EQ(Encode(CN4BulbData::CompressTop4, Of({1, 2, 3, 4, 9})),
-            Of({5, 0, 0, 0, 1, 2, 3, 4, 0x05, 0x38, 0x48}));
-  // Top2 of 0 0 0 5 0 7: 5 and 7 tie, the lower value wins the second place.
-  EXPECT_EQ(Encode(CN4BulbData::CompressTop2, Of({0, 0, 0, 5, 0, 7})), Of({6, 0, 0, 0, 0, 5, 0x01, 0x20, 0xE0}));
-  // Eight bits fill a byte exactly; the stored length still counts one more.
-  EXPECT_EQ(Encode(CN4BulbData::CompressTop1, Bytes(8, 0)), Of({8, 0, 0, 0, 0, 0x00, 0x00}));
-}
-
 TEST(TopN, DecoderWritesOneValuePastTheCount) {
   const Bytes stream = Encode(CN4BulbData::CompressTop1, Bytes(8, 7));
   Bytes out(8 + 4, 0xEE);
