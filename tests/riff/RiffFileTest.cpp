@@ -342,11 +342,4 @@ TEST_F(RiffFileTest, FileInformationDescribesTheWorkingFile) {
   EXPECT_EQ(info.nNumberOfLinks, 1u);
 }
 
-TEST_F(RiffFileTest, TemporaryNamesCarryThePrefix) {
-  std::string name;
-  ASSERT_EQ(CN4RiffFile::GetTmpN4File(name), 1);
-  EXPECT_EQ(name.rfind(n4::JoinPath(faults_.tmp.path(), "SQ4"), 0), 0u) << name;
-  EXPECT_TRUE(n4test::Exists(name));
-}
-
 }  // namespace

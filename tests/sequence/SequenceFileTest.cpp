@@ -152,13 +152,7 @@ TEST_F(SequenceFileTest, CopiedGraphicFramesHandTheMethodOver) {
   // A compressed saved frame, copied into another sequence for editing,
   // arrives expanded with header offset 48 cleared.
   const Bytes pixels = n4test::FrameContent(32, 96, Mono4, 5);
-  {
-    CN4SequenceFile f;
-    ASSERT_EQ(f.OpenCreate(Path("src.sq4").c_str(), 32, 96, Mono4, PixelTechI), 1);
-    f.RiffHdr()->dwCompression = 1;
-    ASSERT_EQ(n4test::AddGraphic(f, pixels), 1);
-    ASSERT_EQ(f.Update(), 1);
-  }
+  n4test::SaveSequence(Path("src.sq4"), 32, 96, Mono4, 1, {pixels});
   CN4SequenceFile src;
   ASSERT_EQ(src.Open(Path("src.sq4").c_str(), OpenReadOnly), 1);
   auto* saved = dynamic_cast<CN4GphFrame*>(src.Frame(1));
@@ -184,13 +178,8 @@ TEST_F(SequenceFileTest, FramesCopyBetweenSignsOfEverySize) {
   for (const Sign& from : signs) {
     for (int compressed = 0; compressed < 2; ++compressed) {
       const std::string source = Path(std::string(from.name) + std::to_string(compressed) + ".sq4");
-      {
-        CN4SequenceFile f;
-        ASSERT_EQ(f.OpenCreate(source.c_str(), from.height, from.width, Mono1, PixelTechI), 1);
-        f.RiffHdr()->dwCompression = static_cast<DWORD>(compressed * 30);
-        ASSERT_GT(n4test::AddGraphic(f, Bytes(n4::FrameSize(from.height, from.width, Mono1), 0)), 0);
-        ASSERT_EQ(f.Update(), 1);
-      }
+      n4test::SaveSequence(source, from.height, from.width, Mono1, static_cast<DWORD>(compressed * 30),
+                           {Bytes(n4::FrameSize(from.height, from.width, Mono1), 0)});
       CN4SequenceFile src;
       ASSERT_EQ(src.Open(source.c_str(), OpenReadOnly), 1);
       for (const Sign& to : signs) {
