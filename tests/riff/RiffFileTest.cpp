@@ -160,7 +160,7 @@ TEST_F(RiffFileTest, LazyParsingNeverStartsAPassAtTheHeader) {
   EXPECT_EQ(f.FindObject(n4::MakeFourCC("none"), 3, &index), nullptr);
 }
 
-TEST_F(RiffFileTest, ForeignFilesAreRefusedForEditingWithoutLeftovers) {
+TEST_F(RiffFileTest, ForeignEmptyAndMissingFilesAreRefusedWithoutLeftovers) {
   struct Case {
     const char* name;
     std::string bytes;
@@ -185,15 +185,17 @@ TEST_F(RiffFileTest, ForeignFilesAreRefusedForEditingWithoutLeftovers) {
     EXPECT_EQ(TempFiles(), 0);
     EXPECT_EQ(ReadFile(path), c.bytes);
   }
-}
-
-TEST_F(RiffFileTest, MissingOriginalIsReportedWithTheSystemError) {
+  // Read-only, the empty file (the last case) is no valid file; a missing one
+  // is reported with the system's error.
   CTestBlobFile f;
-  EXPECT_EQ(f.Open(dir_.File("missing"), OpenModify), 0);
-  EXPECT_EQ(f.GetLastFileError(), n4::kErrFileNotFound);
-  EXPECT_STRNE(f.GetPtrToErrorString(), "");
-  EXPECT_EQ(f.Open(dir_.File("missing"), OpenReadOnly), 0);
-  EXPECT_EQ(f.GetLastFileError(), n4::kErrFileNotFound);
+  EXPECT_EQ(f.Open(dir_.File("foreign"), OpenReadOnly), 0);
+  EXPECT_EQ(f.GetLastFileError(), n4::kErrFileInvalid);
+  EXPECT_FALSE(f.IsOpen());
+  for (N4OpenFlags flags : {OpenModify, OpenReadOnly}) {
+    EXPECT_EQ(f.Open(dir_.File("missing"), flags), 0);
+    EXPECT_EQ(f.GetLastFileError(), n4::kErrFileNotFound);
+    EXPECT_STRNE(f.GetPtrToErrorString(), "");
+  }
   EXPECT_EQ(TempFiles(), 0);
 }
 
@@ -340,6 +342,13 @@ TEST_F(RiffFileTest, FileInformationDescribesTheWorkingFile) {
   ASSERT_EQ(f.GetFileInformation(&info), 1);
   EXPECT_EQ(info.nFileSizeLow, ReadFile(path).size());
   EXPECT_EQ(info.nNumberOfLinks, 1u);
+}
+
+TEST_F(RiffFileTest, TemporaryNamesCarryThePrefix) {
+  std::string name;
+  ASSERT_EQ(CN4RiffFile::GetTmpN4File(name), 1);
+  EXPECT_EQ(name.rfind(n4::JoinPath(faults_.tmp.path(), "SQ4"), 0), 0u) << name;
+  EXPECT_TRUE(n4test::Exists(name));
 }
 
 }  // namespace

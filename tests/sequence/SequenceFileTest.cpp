@@ -120,15 +120,15 @@ TEST_F(SequenceFileTest, PagesAreSizedFromTheSign) {
     f.SetMappingPageSize();
     EXPECT_EQ(f.GetMappingPageSize(), c.page);
   }
+}
+
+// A file without a start frame has default pages and no preview flag, and
+// does not open for reading.
+TEST_F(SequenceFileTest, PreviewOnlyNeedsAStartFrame) {
   CN4SequenceFile bare;
   ASSERT_EQ(bare.Open(Path("bare.sq4").c_str(), OpenCreate), 1);
   bare.SetMappingPageSize();
   EXPECT_EQ(bare.GetMappingPageSize(), 65536u);
-}
-
-TEST_F(SequenceFileTest, PreviewOnlyNeedsAStartFrame) {
-  CN4SequenceFile bare;
-  ASSERT_EQ(bare.Open(Path("bare.sq4").c_str(), OpenCreate), 1);
   EXPECT_EQ(bare.IsPreviewOnly(), 255);
   EXPECT_EQ(bare.SetPreviewOnly(1), 0);
   EXPECT_EQ(bare.FrameCount(), 0);
