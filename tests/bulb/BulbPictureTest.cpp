@@ -2,9 +2,11 @@
 // depth, and the documented meaning of the planes.
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <random>
 
 #include "n4file/BulbPicture.h"
+#include "support/TestSupport.h"
 
 namespace {
 
@@ -41,38 +43,33 @@ TEST(BulbPicture, EveryTechnologyRoundTripsExactlyAtItsDepth) {
   }
 }
 
+// Small pictures as frames, in hex: Mono16 full white is level 15, every
+// plane set, leftmost bulb in bit 7; RGB64 red is 0b11'00'00, only the two
+// highest planes; Tri3 has red above green; of a Quad16 2 x 2 quad white
+// lights every bulb, red only the top-left one, green the top row's right-hand
+// one and the one below it (by green's luminance); RGB16MB is a bottom-up BGR
+// bitmap.
 TEST(BulbPicture, PlanesMeanWhatTheFormatSays) {
-  const BYTE white[3] = {255, 255, 255};
-  const BYTE red[3] = {255, 0, 0};
-  // Mono16: full white is level 15, every plane set, leftmost bulb in bit 7.
-  Bytes mono = n4::PictureToBulbData(white, 1, 1, Mono16);
-  ASSERT_EQ(mono.size(), 16u);  // 4 planes of 2 rows of one 16-bit word
-  for (int p = 0; p < 4; ++p) EXPECT_EQ(mono[p * 4], 0x80) << p;
-  // RGB64: red is 0b11'00'00, so only the two highest planes.
-  Bytes rgb = n4::PictureToBulbData(red, 1, 1, RGB64);
-  for (int p = 0; p < 6; ++p) EXPECT_EQ(rgb[p * 4], p >= 4 ? 0x80 : 0) << p;
-  // Tri3: red above green.
-  Bytes tri = n4::PictureToBulbData(red, 1, 1, Tri3);
-  EXPECT_EQ(tri[0], 0);
-  EXPECT_EQ(tri[4], 0x80);
-  // Quad16: of a white 2 x 2 quad every bulb is lit; of a red one only the
-  // top-left (red) bulb.
-  const Bytes whiteQuad(12, 255);
-  Bytes quad = n4::PictureToBulbData(whiteQuad.data(), 2, 2, Quad16);
-  EXPECT_EQ(quad[0], 0xC0);
-  EXPECT_EQ(quad[2], 0xC0);
-  const Bytes redQuad = {255, 0, 0, 255, 0, 0, 255, 0, 0, 255, 0, 0};
-  quad = n4::PictureToBulbData(redQuad.data(), 2, 2, Quad16);
-  EXPECT_EQ(quad[0], 0x80);
-  EXPECT_EQ(quad[2], 0x00);
-  const Bytes greenQuad = {0, 255, 0, 0, 255, 0, 0, 255, 0, 0, 255, 0};
-  quad = n4::PictureToBulbData(greenQuad.data(), 2, 2, Quad16);
-  EXPECT_EQ(quad[0], 0x40);  // green is the top row's right-hand bulb
-  EXPECT_EQ(quad[2], 0x40);  // white below it, lit by green's luminance
-  // RGB16MB: a bottom-up BGR bitmap.
-  const Bytes twoRows = {1, 2, 3, 4, 5, 6};
-  Bytes bitmap = n4::PictureToBulbData(twoRows.data(), 2, 1, RGB16MB);
-  EXPECT_EQ(bitmap, (Bytes{6, 5, 4, 0, 3, 2, 1, 0}));
+  const Bytes red = {255, 0, 0}, green = {0, 255, 0};
+  auto four = [](Bytes rgb) { return Bytes{rgb[0], rgb[1], rgb[2], rgb[0], rgb[1], rgb[2], rgb[0], rgb[1], rgb[2], rgb[0], rgb[1], rgb[2]}; };
+  struct Case {
+    const char* name;
+    DWORD height, width, color;
+    Bytes rgb;
+  };
+  const Case cases[] = {
+      {"Mono16 white", 1, 1, Mono16, Bytes(3, 255)}, {"RGB64 red", 1, 1, RGB64, red}, {"Tri3 red", 1, 1, Tri3, red},
+      {"Quad16 white", 2, 2, Quad16, Bytes(12, 255)}, {"Quad16 red", 2, 2, Quad16, four(red)},
+      {"Quad16 green", 2, 2, Quad16, four(green)},   {"RGB16MB two rows", 2, 1, RGB16MB, {1, 2, 3, 4, 5, 6}},
+  };
+  std::string dump;
+  char hex[4];
+  for (const Case& c : cases) {
+    dump += c.name;
+    for (BYTE b : n4::PictureToBulbData(c.rgb.data(), c.height, c.width, c.color)) dump += (std::snprintf(hex, 4, " %02X", b), hex);
+    dump += "\n";
+  }
+  EXPECT_TRUE(n4test::MatchesGolden("bulb/planes.golden", dump)) << dump;
 }
 
 TEST(BulbPicture, RefusesWhatIsNoFrame) {

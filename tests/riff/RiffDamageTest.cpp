@@ -33,15 +33,6 @@ TEST(RiffDamage, AHeaderCountingMoreObjectsThanTheFileHoldsIsBounded) {
   EXPECT_LE(f.GetObjectCount(), static_cast<int>(bytes.size() / 8));
 }
 
-TEST(RiffDamage, AnEmptyFileDoesNotOpen) {
-  n4test::TempDir dir;
-  n4test::WriteFile(dir.File("empty"), "");
-  CTestBlobFile f;
-  EXPECT_EQ(f.Open(dir.File("empty"), OpenReadOnly), 0);
-  EXPECT_EQ(f.GetLastFileError(), n4::kErrFileInvalid);
-  EXPECT_FALSE(f.IsOpen());
-}
-
 TEST(RiffDamage, ATruncatedFileKeepsItsWholeChunksWhenEdited) {
   n4test::TempDir dir;
   const std::string good = SampleBytes(dir);

@@ -91,15 +91,25 @@ TEST_F(RiffFileTest, SavedFilesAreCompactAndAnUnchangedEditSavesTheSameBytes) {
   EXPECT_EQ(TempFiles(), 0);
 }
 
+// Closing without a save drops the edits; saved edits read back.
 TEST_F(RiffFileTest, EditsRoundTrip) {
   std::string path = MakeSample("a.tst");
-  {
-    CTestBlobFile f;
-    ASSERT_EQ(f.Open(path, OpenModify), 1);
-    EXPECT_EQ(f.SetCommentsString("second"), 1);
-    EXPECT_EQ(f.RemoveObject(3), 1);
-    EXPECT_EQ(f.AddBlob(7, 9, 2), 2);  // inserted in front of the first blob
-    ASSERT_EQ(f.Update(), 1);
+  const std::string before = ReadFile(path);
+  for (bool save : {false, true}) {
+    {
+      CTestBlobFile f;
+      ASSERT_EQ(f.Open(path, OpenModify), 1);
+      EXPECT_EQ(f.SetCommentsString("second"), 1);
+      EXPECT_EQ(f.RemoveObject(3), 1);
+      EXPECT_EQ(f.AddBlob(7, 9, 2), 2);  // inserted in front of the first blob
+      if (save) {
+        ASSERT_EQ(f.Update(), 1);
+      }
+    }
+    if (!save) {
+      EXPECT_EQ(ReadFile(path), before);
+    }
+    EXPECT_EQ(TempFiles(), 0);
   }
   CTestBlobFile f;
   ASSERT_EQ(f.Open(path, OpenReadOnly), 1);
@@ -108,19 +118,6 @@ TEST_F(RiffFileTest, EditsRoundTrip) {
   EXPECT_TRUE(f.Blob(2)->Holds(9));
   EXPECT_TRUE(f.Blob(3)->Holds(1));
   EXPECT_TRUE(f.Blob(4)->Holds(3));
-}
-
-TEST_F(RiffFileTest, CloseDropsUnsavedEdits) {
-  std::string path = MakeSample("a.tst");
-  std::string before = ReadFile(path);
-  {
-    CTestBlobFile f;
-    ASSERT_EQ(f.Open(path, OpenModify), 1);
-    f.SetCommentsString("never saved");
-    f.AddBlob(100, 5);
-  }
-  EXPECT_EQ(ReadFile(path), before);
-  EXPECT_EQ(TempFiles(), 0);
 }
 
 TEST_F(RiffFileTest, UnknownChunksAreDroppedWhenEditing) {
@@ -163,7 +160,7 @@ TEST_F(RiffFileTest, LazyParsingNeverStartsAPassAtTheHeader) {
   EXPECT_EQ(f.FindObject(n4::MakeFourCC("none"), 3, &index), nullptr);
 }
 
-TEST_F(RiffFileTest, ForeignFilesAreRefusedForEditingWithoutLeftovers) {
+TEST_F(RiffFileTest, ForeignEmptyAndMissingFilesAreRefusedWithoutLeftovers) {
   struct Case {
     const char* name;
     std::string bytes;
@@ -188,15 +185,17 @@ TEST_F(RiffFileTest, ForeignFilesAreRefusedForEditingWithoutLeftovers) {
     EXPECT_EQ(TempFiles(), 0);
     EXPECT_EQ(ReadFile(path), c.bytes);
   }
-}
-
-TEST_F(RiffFileTest, MissingOriginalIsReportedWithTheSystemError) {
+  // Read-only, the empty file (the last case) is no valid file; a missing one
+  // is reported with the system's error.
   CTestBlobFile f;
-  EXPECT_EQ(f.Open(dir_.File("missing"), OpenModify), 0);
-  EXPECT_EQ(f.GetLastFileError(), n4::kErrFileNotFound);
-  EXPECT_STRNE(f.GetPtrToErrorString(), "");
-  EXPECT_EQ(f.Open(dir_.File("missing"), OpenReadOnly), 0);
-  EXPECT_EQ(f.GetLastFileError(), n4::kErrFileNotFound);
+  EXPECT_EQ(f.Open(dir_.File("foreign"), OpenReadOnly), 0);
+  EXPECT_EQ(f.GetLastFileError(), n4::kErrFileInvalid);
+  EXPECT_FALSE(f.IsOpen());
+  for (N4OpenFlags flags : {OpenModify, OpenReadOnly}) {
+    EXPECT_EQ(f.Open(dir_.File("missing"), flags), 0);
+    EXPECT_EQ(f.GetLastFileError(), n4::kErrFileNotFound);
+    EXPECT_STRNE(f.GetPtrToErrorString(), "");
+  }
   EXPECT_EQ(TempFiles(), 0);
 }
 
@@ -234,6 +233,12 @@ TEST_F(RiffFileTest, AnAppendNeedingExactlyTheRoomLeftStillGrows) {
   ASSERT_EQ(f.AddBlob(left - 8, 1), 2);  // needs 8 + body == left
   EXPECT_EQ(f.GetMappingSize(), 131072u);
   EXPECT_TRUE(f.Blob(2)->Holds(1));
+  // Removal checks its index; without the header the file is uncompressed.
+  EXPECT_EQ(f.RemoveObject(f.GetArraySize()), 0);
+  EXPECT_EQ(f.RemoveObject(-1), 0);
+  EXPECT_EQ(f.RemoveObject(1), 1);
+  EXPECT_EQ(f.RiffHdr(), nullptr);
+  EXPECT_EQ(f.IsFileCompressionOn(), 0);
 }
 
 TEST_F(RiffFileTest, AFailedGrowthKeepsObjectsValid) {
@@ -250,16 +255,6 @@ TEST_F(RiffFileTest, AFailedGrowthKeepsObjectsValid) {
   env_.failMapAbove = 0;
   EXPECT_EQ(f.AddBlob(200000, 7), 5);
   ASSERT_EQ(f.Update(), 1);
-}
-
-TEST_F(RiffFileTest, RemoveObjectChecksItsIndex) {
-  CTestBlobFile f;
-  ASSERT_EQ(f.Open(dir_.File("x.tst"), OpenCreate), 1);
-  EXPECT_EQ(f.RemoveObject(f.GetArraySize()), 0);
-  EXPECT_EQ(f.RemoveObject(-1), 0);
-  EXPECT_EQ(f.RemoveObject(1), 1);
-  EXPECT_EQ(f.RiffHdr(), nullptr);
-  EXPECT_EQ(f.IsFileCompressionOn(), 0);
 }
 
 TEST_F(RiffFileTest, ANewFileSavesToAPathThatDoesNotExistYet) {

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -107,18 +108,16 @@ TEST(CommandFrame, AddInsertAndDeleteShiftTheSlots) {
   // A string too long for its slot still shifts the others and counts.
   EXPECT_EQ(f->InsertCommand(0, std::string(300, 'y').c_str()), 0);
   EXPECT_EQ(Commands(f), (std::vector<std::string>{"", "s", "b"}));
-}
 
-TEST(CommandFrame, FullFramesRefuseMore) {
-  Sequence s;
-  CN4CmdFrame* f = s.Add<CN4CmdFrame>(n4::kFourccCmd);
-  for (int i = 0; i < 128; ++i) ASSERT_EQ(f->AddCommand(std::to_string(i).c_str()), i);
-  EXPECT_EQ(f->AddCommand("x"), -1);
-  EXPECT_EQ(f->InsertCommand(5, "x"), 0);
-  EXPECT_EQ(f->DeleteCommand(0), 1);
-  EXPECT_STREQ(f->GetPtrToCommandString(0), "1");
-  EXPECT_STREQ(f->GetPtrToCommandString(126), "127");
-  EXPECT_STREQ(f->GetPtrToCommandString(127), "");
+  // A full frame refuses more.
+  CN4CmdFrame* full = s.Add<CN4CmdFrame>(n4::kFourccCmd);
+  for (int i = 0; i < 128; ++i) ASSERT_EQ(full->AddCommand(std::to_string(i).c_str()), i);
+  EXPECT_EQ(full->AddCommand("x"), -1);
+  EXPECT_EQ(full->InsertCommand(5, "x"), 0);
+  EXPECT_EQ(full->DeleteCommand(0), 1);
+  EXPECT_STREQ(full->GetPtrToCommandString(0), "1");
+  EXPECT_STREQ(full->GetPtrToCommandString(126), "127");
+  EXPECT_STREQ(full->GetPtrToCommandString(127), "");
 }
 
 TEST(CommandFrame, SizesInWorkingAndSavedFiles) {
@@ -145,37 +144,18 @@ TEST(CommandFrame, SizesInWorkingAndSavedFiles) {
   EXPECT_EQ(end - expanded.data(), 33844);
 }
 
-TEST(Effects, NamesClassesAndSteps) {
-  EXPECT_STREQ(n4::EntryEffectName(0), "Change");
-  EXPECT_STREQ(n4::EntryEffectName(53), "Fade");
-  EXPECT_STREQ(n4::EntryEffectName(45), "Kaleidoscope Large Diamond");
-  EXPECT_EQ(n4::EntryEffectName(54), nullptr);
-  EXPECT_EQ(n4::EntryEffectName(-1), nullptr);
-  EXPECT_STREQ(n4::ExitEffectName(0), "Stay");
-  EXPECT_STREQ(n4::ExitEffectName(2), "Dissolve");
-  EXPECT_STREQ(n4::ExitEffectName(3), "Venetian Left");
-  EXPECT_STREQ(n4::HoldEffectName(0), "Steady");
-  EXPECT_STREQ(n4::HoldEffectName(31), "Twinkle");
-  EXPECT_STREQ(n4::HoldEffectName(38), "Bijou Dbl CCW");
-  EXPECT_STREQ(n4::HoldEffectName(39), "Steady");
-
-  struct Case {
-    int effect;
-    DWORD steps;  // on a sign 31 high and 96 wide
-  };
-  const Case cases[] = {{0, 0},  {1, 0},   {2, 8},   {49, 8},  {9, 31},  {7, 96},  {21, 16},
-                        {19, 48}, {31, 6}, {37, 16}, {43, 32}, {44, 24}, {45, 7}, {47, 16},
-                        {50, 63}, {52, 255}, {54, 0}, {-3, 0}};
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.effect);
-    EXPECT_EQ(n4::EffectSteps(c.effect, 31, 96), c.steps);
+// Every effect number's names, its steps on a sign 31 high and 96 wide, and
+// its divisor for each divider.
+TEST(Effects, NamesStepsAndDivisors) {
+  std::ostringstream table;
+  auto name = [](const char* n) { return n ? n : "-"; };
+  for (int e = -3; e <= 55; ++e) {
+    table << e << " | " << name(n4::EntryEffectName(e)) << " | " << name(n4::ExitEffectName(e)) << " | "
+          << n4::HoldEffectName(e) << " | " << n4::EffectSteps(e, 31, 96) << " |";
+    for (WORD divider : {1, 2, 3, 4, 8}) table << ' ' << n4::EffectDivisor(e, divider);
+    table << '\n';
   }
-  EXPECT_EQ(n4::EffectDivisor(7, 4), 4);
-  EXPECT_EQ(n4::EffectDivisor(30, 8), 8);
-  EXPECT_EQ(n4::EffectDivisor(50, 2), 2);
-  EXPECT_EQ(n4::EffectDivisor(49, 2), 1);
-  EXPECT_EQ(n4::EffectDivisor(6, 2), 1);
-  EXPECT_EQ(n4::EffectDivisor(7, 3), 1);
+  EXPECT_TRUE(n4test::MatchesGolden("sequence/effects.golden", table.str())) << table.str();
 }
 
 TEST(Effects, DescriptionsReadAsDocumented) {

@@ -13,13 +13,7 @@ TEST(GraphicFramePixels, ADamagedStreamGivesNothing) {
   n4test::TempDir dir;
   const std::string path = dir.File("d.sq4");
   const Bytes pixels = n4test::FrameContent(16, 48, Mono1, 3);
-  {
-    CN4SequenceFile f;
-    ASSERT_EQ(f.OpenCreate(path.c_str(), 16, 48, Mono1, PixelTechI), 1);
-    ASSERT_EQ(n4test::AddGraphic(f, pixels), 1);
-    f.RiffHdr()->dwCompression = 1;
-    ASSERT_EQ(f.Update(), 1);
-  }
+  n4test::SaveSequence(path, 16, 48, Mono1, 1, {pixels});
   CN4SequenceFile f;
   ASSERT_EQ(f.Open(path.c_str(), OpenModify), 1);
   auto* g = dynamic_cast<CN4GphFrame*>(f.Frame(1));

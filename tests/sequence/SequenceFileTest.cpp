@@ -120,15 +120,15 @@ TEST_F(SequenceFileTest, PagesAreSizedFromTheSign) {
     f.SetMappingPageSize();
     EXPECT_EQ(f.GetMappingPageSize(), c.page);
   }
+}
+
+// A file without a start frame has default pages and no preview flag, and
+// does not open for reading.
+TEST_F(SequenceFileTest, PreviewOnlyNeedsAStartFrame) {
   CN4SequenceFile bare;
   ASSERT_EQ(bare.Open(Path("bare.sq4").c_str(), OpenCreate), 1);
   bare.SetMappingPageSize();
   EXPECT_EQ(bare.GetMappingPageSize(), 65536u);
-}
-
-TEST_F(SequenceFileTest, PreviewOnlyNeedsAStartFrame) {
-  CN4SequenceFile bare;
-  ASSERT_EQ(bare.Open(Path("bare.sq4").c_str(), OpenCreate), 1);
   EXPECT_EQ(bare.IsPreviewOnly(), 255);
   EXPECT_EQ(bare.SetPreviewOnly(1), 0);
   EXPECT_EQ(bare.FrameCount(), 0);
@@ -152,13 +152,7 @@ TEST_F(SequenceFileTest, CopiedGraphicFramesHandTheMethodOver) {
   // A compressed saved frame, copied into another sequence for editing,
   // arrives expanded with header offset 48 cleared.
   const Bytes pixels = n4test::FrameContent(32, 96, Mono4, 5);
-  {
-    CN4SequenceFile f;
-    ASSERT_EQ(f.OpenCreate(Path("src.sq4").c_str(), 32, 96, Mono4, PixelTechI), 1);
-    f.RiffHdr()->dwCompression = 1;
-    ASSERT_EQ(n4test::AddGraphic(f, pixels), 1);
-    ASSERT_EQ(f.Update(), 1);
-  }
+  n4test::SaveSequence(Path("src.sq4"), 32, 96, Mono4, 1, {pixels});
   CN4SequenceFile src;
   ASSERT_EQ(src.Open(Path("src.sq4").c_str(), OpenReadOnly), 1);
   auto* saved = dynamic_cast<CN4GphFrame*>(src.Frame(1));
@@ -175,8 +169,6 @@ TEST_F(SequenceFileTest, CopiedGraphicFramesHandTheMethodOver) {
   EXPECT_EQ(copy->GetBulbObj()->GetBulbCompInfoPtr(), dst.GetGraphicBulbPrototype());
 }
 
-}  // namespace
-
 // A frame copied in is expanded with its own sign's geometry, which may be far
 // larger than a frame of the sign it is copied into: the copy must stay inside
 // the working file's mapping, whatever the two sizes and the stored method.
@@ -186,13 +178,8 @@ TEST_F(SequenceFileTest, FramesCopyBetweenSignsOfEverySize) {
   for (const Sign& from : signs) {
     for (int compressed = 0; compressed < 2; ++compressed) {
       const std::string source = Path(std::string(from.name) + std::to_string(compressed) + ".sq4");
-      {
-        CN4SequenceFile f;
-        ASSERT_EQ(f.OpenCreate(source.c_str(), from.height, from.width, Mono1, PixelTechI), 1);
-        f.RiffHdr()->dwCompression = static_cast<DWORD>(compressed * 30);
-        ASSERT_GT(n4test::AddGraphic(f, Bytes(n4::FrameSize(from.height, from.width, Mono1), 0)), 0);
-        ASSERT_EQ(f.Update(), 1);
-      }
+      n4test::SaveSequence(source, from.height, from.width, Mono1, static_cast<DWORD>(compressed * 30),
+                           {Bytes(n4::FrameSize(from.height, from.width, Mono1), 0)});
       CN4SequenceFile src;
       ASSERT_EQ(src.Open(source.c_str(), OpenReadOnly), 1);
       for (const Sign& to : signs) {
@@ -208,8 +195,6 @@ TEST_F(SequenceFileTest, FramesCopyBetweenSignsOfEverySize) {
     }
   }
 }
-
-namespace {
 
 // Frames held in a list chunk grow the file once for the whole list; when
 // that fails the frame is refused with the system's error and nothing of it

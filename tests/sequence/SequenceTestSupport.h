@@ -1,6 +1,8 @@
 // Helpers for sequence tests: frames filled with sign content.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <cstring>
 #include <string>
 #include <vector>
@@ -28,6 +30,17 @@ inline int AddGraphic(CN4SequenceFile& file, const Bytes& pixels, int pos = 9999
   std::memcpy(frame->BulbData(), pixels.data(), pixels.size());
   frame->GphHdr()->lHoldTime = hold;
   return n;
+}
+
+// Saves a new sequence for a sign of the given size and colour holding one
+// graphic frame per entry of `frames`, with header compression `compression`.
+inline void SaveSequence(const std::string& path, WORD height, WORD width, tag_N4_SIGN_COLOR color,
+                         DWORD compression, const std::vector<Bytes>& frames) {
+  CN4SequenceFile f;
+  ASSERT_EQ(f.OpenCreate(path.c_str(), height, width, color, PixelTechI), 1);
+  f.RiffHdr()->dwCompression = compression;
+  for (const Bytes& frame : frames) ASSERT_GT(AddGraphic(f, frame), 0);
+  ASSERT_EQ(f.Update(), 1) << f.GetPtrToErrorString();
 }
 
 }  // namespace n4test

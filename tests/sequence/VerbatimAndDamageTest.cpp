@@ -49,12 +49,7 @@ std::string InsertBeforeEnd(std::string file, const std::string& chunks, int fra
 TEST(VerbatimFrames, TextDataAndIncludeFramesSurviveEditing) {
   n4test::TempDir dir;
   const std::string path = dir.File("v.sq4");
-  {
-    CN4SequenceFile f;
-    ASSERT_EQ(f.OpenCreate(path.c_str(), 16, 32, Mono1, PixelTechI), 1);
-    ASSERT_EQ(n4test::AddGraphic(f, n4test::FrameContent(16, 32, Mono1, 1)), 1);
-    ASSERT_EQ(f.Update(), 1);
-  }
+  n4test::SaveSequence(path, 16, 32, Mono1, 0, {n4test::FrameContent(16, 32, Mono1, 1)});
   const std::string text = VerbatimList(n4::kFourccTxt, n4::kFourccTxth, 2, "Hello, sign!");
   const std::string data = VerbatimList(n4::kFourccDat, n4::kFourccDath, 3, "temp=21C");
   const std::string include = VerbatimList(n4::kFourccInc, n4::kFourccInch, 4, "other.sq4");

@@ -2,7 +2,12 @@
 // processes that re-run the test program in a named mode.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <chrono>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
 #include <memory>
 #include <string>
 #include <vector>
@@ -33,6 +38,31 @@ void WriteFile(const std::string& path, const std::string& bytes);
 bool Exists(const std::string& path);
 // Polls until path exists; false on time-out.
 bool WaitForFile(const std::string& path, std::chrono::milliseconds timeout = std::chrono::seconds(20));
+
+// A short fingerprint of long output, for golden lists of many results.
+inline std::string Fingerprint(const void* data, size_t size) {
+  std::uint64_t h = 14695981039346656037u;  // FNV-1a
+  for (size_t i = 0; i < size; ++i) h = (h ^ static_cast<const unsigned char*>(data)[i]) * 1099511628211u;
+  char text[17];
+  std::snprintf(text, sizeof text, "%016llx", static_cast<unsigned long long>(h));
+  return text;
+}
+
+#ifdef N4_TEST_DATA_DIR
+// A file under tests/data.
+inline std::string DataPath(const std::string& name) { return std::string(N4_TEST_DATA_DIR) + "/" + name; }
+// Success when `actual` is the content of golden file `name`, else the line
+// where they part; with N4_UPDATE_GOLDEN set in the environment `actual`
+// becomes the golden content instead.
+inline ::testing::AssertionResult MatchesGolden(const std::string& name, const std::string& actual) {
+  if (std::getenv("N4_UPDATE_GOLDEN")) WriteFile(DataPath(name), actual);
+  const std::string golden = ReadFile(DataPath(name));
+  if (golden == actual) return ::testing::AssertionSuccess();
+  size_t at = 0, line = 1;
+  for (; at < golden.size() && at < actual.size() && golden[at] == actual[at]; ++at) line += golden[at] == '\n';
+  return ::testing::AssertionFailure() << name << " differs at line " << line;
+}
+#endif
 
 // True when the program runs under Wine on another system, for the few
 // checks Wine cannot pass. Wine hands the Unix environment on, and our runs
