@@ -52,19 +52,14 @@ TEST(RtdRecords, DisplayTexts) {
   endLen.SetEndLength(2);
   offset.SetOffset(12);
   other.SetType(7);
-  struct Case {
-    std::string got, want;
-  } cases[] = {
-      {serial.GetDescription(), "Scoreboard - COM2,9600,8,N"},
-      {ipx.GetDescription(), "Net - IPX Socket - 4660"},
-      {CN4FileCRtdPort().GetDescription(), ""},
-      {start.GetDescription(), "Start Char"},
-      {end.GetDescription(), "End Char"},
-      {endLen.GetDescription(), "End Char  Len: 2"},
-      {offset.GetDescription(), "Sync Offset 12"},
-      {other.GetDescription(), ""},
-  };
-  for (const Case& c : cases) EXPECT_EQ(c.got, c.want);
+  EXPECT_EQ(serial.GetDescription(), "Scoreboard - COM2,9600,8,N");
+  EXPECT_EQ(ipx.GetDescription(), "Net - IPX Socket - 4660");
+  EXPECT_EQ(CN4FileCRtdPort().GetDescription(), "");
+  EXPECT_EQ(start.GetDescription(), "Start Char");
+  EXPECT_EQ(end.GetDescription(), "End Char");
+  EXPECT_EQ(endLen.GetDescription(), "End Char  Len: 2");
+  EXPECT_EQ(offset.GetDescription(), "Sync Offset 12");
+  EXPECT_EQ(other.GetDescription(), "");
 }
 
 TEST(RtdRecords, ArraysAndListsFollowTheIndexRules) {
@@ -88,10 +83,7 @@ TEST(RtdRecords, ArraysAndListsFollowTheIndexRules) {
   EXPECT_EQ(t.GetSyncCount(), 0);
 
   CN4FileCRtd rtd;
-  EXPECT_EQ(rtd.AddOutput(-1, nullptr), 0);
-  EXPECT_EQ(rtd.GetOutputPtr(0)->GetType(), -1);
   EXPECT_EQ(rtd.AddTrans(0, &t), -1);  // index 0 of an empty array
-  EXPECT_EQ(rtd.AddTrans(-1, &t), 0);
   EXPECT_EQ(rtd.RemoveOutput(-1), 0);
 
   // Reads out of range give the empty values.
@@ -109,7 +101,8 @@ TEST(RtdRecords, ArraysAndListsFollowTheIndexRules) {
   EXPECT_EQ(c.GetParam(0), "a");
 }
 
-TEST(RtdRecords, TransmissionsCopyDeeply) {
+// Copies made on adding are checked through the files written; assignment is not.
+TEST(RtdRecords, AssignmentCopiesDeeply) {
   CN4FileCRtdTrans a;
   a.SetDescription("score");
   a.SetEnabled(0);
@@ -117,21 +110,17 @@ TEST(RtdRecords, TransmissionsCopyDeeply) {
   CN4FileCRtdCmd cmd;
   cmd.SetParams({"x", "y"});
   a.AddCmd(-1, &cmd);
-  CN4FileCRtdTrans b(a);
   CN4FileCRtdTrans c;
   c.AddSync(-1, nullptr);
   c.AddSync(-1, nullptr);
   c = a;
-  for (CN4FileCRtdTrans* copy : {&b, &c}) {
-    EXPECT_EQ(copy->GetDescription(), "score");
-    EXPECT_EQ(copy->GetEnabled(), 0);
-    ASSERT_EQ(copy->GetSyncCount(), 1);
-    ASSERT_EQ(copy->GetCmdCount(), 1);
-    EXPECT_NE(copy->GetSyncPtr(0), a.GetSyncPtr(0));
-    EXPECT_EQ(copy->GetCmdPtr(0)->GetParam(1), "y");
-  }
+  EXPECT_EQ(c.GetDescription(), "score");
+  EXPECT_EQ(c.GetEnabled(), 0);
+  ASSERT_EQ(c.GetSyncCount(), 1);
+  ASSERT_EQ(c.GetCmdCount(), 1);
+  EXPECT_EQ(c.GetCmdPtr(0)->GetParam(1), "y");
   a.GetSyncPtr(0)->SetOffset(9);
-  EXPECT_EQ(b.GetSyncPtr(0)->GetOffset(), 1);
+  EXPECT_EQ(c.GetSyncPtr(0)->GetOffset(), 1);
 }
 
 }  // namespace
