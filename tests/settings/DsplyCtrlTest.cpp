@@ -5,19 +5,24 @@
 
 namespace {
 
+using n4test::SettingsGolden;
 using n4test::SettingsTest;
 
-std::string Category(int number, const std::string& name, const std::string& extra = "") {
-  return "[CATEGORY" + std::to_string(number) + "]\r\nNAME=" + name + "\r\n" + extra;
+TEST_F(SettingsTest, BaseBuildsPathAndSectionNamesAndReadsValues) {
+  CN4FileDsplyCtrl f("Some.ini", "CATEGORY");
+  EXPECT_EQ(f.GetPathName(), data_.File("Some.ini"));
+  CN4FileDsplyCtrl none("x", "");
+  EXPECT_EQ(none.BuildSectionName(0), "");
+  CN4FileDsplyCtrl nested("Stats Interface\\A\\Interface.ini", "");
+  EXPECT_EQ(nested.GetPathName(), data_.File("Stats Interface/A/Interface.ini"));
+  // Values are read into a buffer of the settings files' own size.
+  EXPECT_EQ(f.WriteString("A", "s", std::string(2000, 'x')), 1);
+  EXPECT_EQ(f.GetString("A", "s", ""), std::string(1023, 'x'));
 }
 
 TEST_F(SettingsTest, ConfigReadsOnlyNamedSectionsOneToFifty) {
-  std::string file = "[GROUP]\r\nFILENAME=Evening\r\n";
-  file += Category(1, "Score", "STYLE=BOLD\r\nBACKGROUNDCOLOR=255\r\nTEXTCOLOR=-1\r\n");
-  file += "[CATEGORY2]\r\nNAME=\r\nBACKGROUNDCOLOR=5\r\n";  // no name: not loaded
-  file += Category(3, "News");                              // the gap is skipped
-  for (int i = 4; i <= 51; ++i) file += Category(i, std::string("C").append(std::to_string(i)));
-  data_.Put("Config.dc", file);
+  // CATEGORY2 has no name and is not loaded; CATEGORY51 is one too many.
+  data_.Put("Config.dc", SettingsGolden("categories-with-gaps.dc"));
 
   CN4FileDCConfig config;
   EXPECT_EQ(config.GetGroupName(), "Evening");
@@ -37,7 +42,7 @@ TEST_F(SettingsTest, ConfigReadsOnlyNamedSectionsOneToFifty) {
 }
 
 TEST_F(SettingsTest, ConfigSavesDenselyAndClearsStaleSections) {
-  data_.Put("Config.dc", Category(1, "A") + Category(2, "B") + Category(3, "C", "STYLE=X\r\n"));
+  data_.Put("Config.dc", SettingsGolden("three-categories.dc"));
   CN4FileDCConfig config;
   ASSERT_EQ(config.GetNumCategories(), 3);
   EXPECT_EQ(config.DeleteCategory(0), 1);
@@ -46,11 +51,7 @@ TEST_F(SettingsTest, ConfigSavesDenselyAndClearsStaleSections) {
   EXPECT_EQ(config.GetCategoryName(5), "");
   EXPECT_EQ(config.GetCategoryBkColor(5), 4294967295u);
   config.WriteConfigData();
-  EXPECT_EQ(data_.Get("Config.dc"),
-            "[CATEGORY1]\r\nNAME=B\r\nSTYLE=NORMAL\r\nBACKGROUNDCOLOR=-1\r\nTEXTCOLOR=-1\r\n"
-            "[CATEGORY2]\r\nNAME=C\r\nSTYLE=X\r\nBACKGROUNDCOLOR=-1\r\nTEXTCOLOR=-1\r\n"
-            "[CATEGORY3]\r\n"
-            "\r\n[GROUP]\r\nFILENAME=Default\r\n");
+  EXPECT_EQ(data_.Get("Config.dc"), SettingsGolden("first-deleted.dc"));
   CN4FileDCConfig again;
   EXPECT_EQ(again.GetNumCategories(), 2);
   EXPECT_EQ(again.GetCategoryName(1), "C");
