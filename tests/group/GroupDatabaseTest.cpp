@@ -12,19 +12,11 @@ using n4test::GroupTest;
 TEST_F(GroupTest, NewFileHoldsTheThreeTablesWithTheirColumns) {
   CN4FileGroup group;
   ASSERT_EQ(group.IsOpen(), 1);
-  struct Expect {
-    const char* table;
-    const char* columns;
-  } tables[] = {
-      {"Sign", "SignID,Name,Machine,Address,Rows,Columns,ColorTech"},
-      {"Group", "GroupID,Name,Rows,Columns,ColorTech"},
-      {"MemberJoin", "MemberID,GroupID,ID,Type"},
-  };
-  for (const auto& t : tables) {
-    SCOPED_TRACE(t.table);
-    EXPECT_EQ(CountRows(data.Database(), std::string("SELECT group_concat(name) = '") + t.columns +
-                                             "' FROM pragma_table_info('" + t.table + "')"),
-              1);
+  for (const auto& [table, columns] : {std::pair{"Sign", "SignID,Name,Machine,Address,Rows,Columns,ColorTech"},
+                                       std::pair{"Group", "GroupID,Name,Rows,Columns,ColorTech"},
+                                       std::pair{"MemberJoin", "MemberID,GroupID,ID,Type"}}) {
+    EXPECT_EQ(CountRows(data.Database(), std::string("SELECT group_concat(name) = '") + columns +
+                                             "' FROM pragma_table_info('" + table + "')"), 1) << table;
   }
   EXPECT_TRUE(messages.shown.empty());
 }
