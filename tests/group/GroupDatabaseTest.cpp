@@ -57,6 +57,22 @@ TEST(GroupOpen, FailedOpenIsShownAndIsOpenReconnectsLater) {
   EXPECT_EQ(group.IsOpen(), 0);  // closed on purpose: no reconnect
 }
 
+// Another connection finds the file locked as another process does.
+TEST_F(GroupTest, ExclusiveOpenKeepsOtherConnectionsOut) {
+  { CN4FileGroup create; }
+  {
+    CN4FileGroup alone(FALSE, TRUE);
+    ASSERT_EQ(alone.IsOpen(), 1);
+    CN4FileGroup refused;
+    EXPECT_EQ(messages.Last(), "Could not open database for grouping!  Error opening " + data.Database() + ".");
+    EXPECT_EQ(alone.AddGroup("still mine", 1, 1, 0, nullptr), 1);
+  }
+  messages.shown.clear();
+  CN4FileGroup shared;
+  EXPECT_EQ(shared.IsOpen(), 1);
+  EXPECT_TRUE(messages.shown.empty());
+}
+
 TEST_F(GroupTest, AddedRowsAreFoundByValueAndByIdentifier) {
   CN4FileGroup group;
   long sign1 = 0, sign2 = 0, groupID = 0;

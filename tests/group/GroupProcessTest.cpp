@@ -31,15 +31,6 @@ N4_TEST_CHILD_MODE(group_writer) {
   return AddSigns(std::stol(args.at(1)), args.at(2), kSignsPerWriter);
 }
 
-// args: registry directory. Exit code 11 when the file opened, 10 when not.
-N4_TEST_CHILD_MODE(group_try_open) {
-  n4test::RegistryDirEnv env(args.at(0));
-  n4::ScopedEnv scoped(&env);
-  n4test::MessageCapture quiet;
-  CN4FileGroup db;
-  return quiet.shown.empty() ? 11 : 10;
-}
-
 TEST_F(GroupTest, TwoProcessesAddingAtOnceLoseNothing) {
   long group = 0;
   {
@@ -55,21 +46,6 @@ TEST_F(GroupTest, TwoProcessesAddingAtOnceLoseNothing) {
   CN4FileGroup db;
   EXPECT_EQ(n4test::SignWalk(db, group).size(), 2u * kSignsPerWriter);
   EXPECT_EQ(CountRows(data.Database(), "SELECT count(DISTINCT [ID]) FROM [MemberJoin]"), 2 * kSignsPerWriter);
-}
-
-TEST_F(GroupTest, ExclusiveOpenKeepsOtherProcessesOut) {
-  { CN4FileGroup create; }
-  {
-    CN4FileGroup alone(FALSE, TRUE);
-    ASSERT_EQ(alone.IsOpen(), 1);
-    auto refused = n4test::StartChild("group_try_open", {dir.path()});
-    ASSERT_NE(refused, nullptr);
-    EXPECT_EQ(refused->Wait(), 10);
-    EXPECT_EQ(alone.AddGroup("still mine", 1, 1, 0, nullptr), 1);
-  }
-  auto shared = n4test::StartChild("group_try_open", {dir.path()});
-  ASSERT_NE(shared, nullptr);
-  EXPECT_EQ(shared->Wait(), 11);
 }
 
 }  // namespace
