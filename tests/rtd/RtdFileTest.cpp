@@ -14,30 +14,6 @@ namespace {
 
 using rtdtest::Golden;
 
-// two-transmissions.rtd: the first transmission introduces the classes
-// "CN4FileCRtdTrans", "CN4FileCRtdSync" and "CN4FileCRtdCmd"; the second
-// refers to them by class number; the output introduces "CN4FileCRtdPort".
-void BuildTwoTransmissions(CN4FileCRtd& rtd) {
-  rtd.SetFileDescription("cfg");
-  rtd.SetMaxTransLength(512);
-  CN4FileCRtdTrans first;
-  first.SetDescription("A");
-  first.AddSync(-1, nullptr);
-  CN4FileCRtdCmd cmd;
-  cmd.SetCommand(7);
-  cmd.SetParams({"p"});
-  first.AddCmd(-1, &cmd);
-  rtd.AddTrans(-1, &first);
-  CN4FileCRtdTrans second;
-  second.SetEnabled(0);
-  CN4FileCRtdSync start;
-  start.SetType(0);
-  start.SetIndivBytes({13});
-  second.AddSync(-1, &start);
-  rtd.AddTrans(-1, &second);
-  rtd.AddOutput(-1, nullptr);
-}
-
 struct RtdFile : ::testing::Test {
   n4test::TempDir dir;
   std::string path = dir.File("config.rtd");
@@ -45,21 +21,23 @@ struct RtdFile : ::testing::Test {
   void Bind(CN4FileCRtd& rtd) { EXPECT_EQ(rtd.ReadFile(path), n4test::Exists(path) ? 1 : 0); }
 };
 
+// The first transmission introduces the classes of a transmission, a sync and
+// a command, the second refers to them by number; the output introduces the
+// port's class.
 TEST_F(RtdFile, TwoTransmissionsShareOneClassTable) {
+  n4test::WriteFile(path, Golden("two-transmissions.rtd"));
   CN4FileCRtd rtd;
-  Bind(rtd);
-  BuildTwoTransmissions(rtd);
+  ASSERT_EQ(rtd.ReadFile(path), 1);
+  ASSERT_EQ(rtd.GetTransCount(), 2);
+  EXPECT_EQ(rtd.GetFileDescription(), "cfg");
+  EXPECT_EQ(rtd.GetMaxTransLength(), 512);
+  EXPECT_EQ(rtd.GetTransPtr(0)->GetCmdPtr(0)->GetParam(0), "p");
+  EXPECT_EQ(rtd.GetTransPtr(1)->GetEnabled(), 0);
+  EXPECT_EQ(rtd.GetTransPtr(1)->GetSyncPtr(0)->GetIndivByte(0), 13);
+  EXPECT_EQ(rtd.GetOutputCount(), 1);
+  std::filesystem::remove(path);
   ASSERT_EQ(rtd.WriteFile(), 1);
   EXPECT_EQ(n4test::ReadFile(path), Golden("two-transmissions.rtd"));
-
-  CN4FileCRtd back;
-  ASSERT_EQ(back.ReadFile(path), 1);
-  ASSERT_EQ(back.GetTransCount(), 2);
-  EXPECT_EQ(back.GetFileDescription(), "cfg");
-  EXPECT_EQ(back.GetMaxTransLength(), 512);
-  EXPECT_EQ(back.GetTransPtr(0)->GetCmdPtr(0)->GetParam(0), "p");
-  EXPECT_EQ(back.GetTransPtr(1)->GetSyncPtr(0)->GetIndivByte(0), 13);
-  EXPECT_EQ(back.GetOutputCount(), 1);
 }
 
 TEST_F(RtdFile, LargeValuesUseTheLongForms) {
@@ -173,10 +151,9 @@ TEST_F(RtdFile, DamagedReferencesRaiseTheirCause) {
 }
 
 TEST_F(RtdFile, AFailedWriteRaisesAndKeepsThePreviousFile) {
+  n4test::WriteFile(path, Golden("two-transmissions.rtd"));
   CN4FileCRtd rtd;
   Bind(rtd);
-  BuildTwoTransmissions(rtd);
-  ASSERT_EQ(rtd.WriteFile(), 1);
   rtd.DeleteContents();
   n4test::ScopedFaultEnv faults;
   faults.env.failWrite.at = 1;  // the next write finds the disk full

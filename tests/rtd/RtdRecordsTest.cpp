@@ -101,8 +101,7 @@ TEST(RtdRecords, ArraysAndListsFollowTheIndexRules) {
   EXPECT_EQ(c.GetParam(0), "a");
 }
 
-// Copies made on adding are checked through the files written; assignment is not.
-TEST(RtdRecords, AssignmentCopiesDeeply) {
+TEST(RtdRecords, TransmissionsCopyDeeply) {
   CN4FileCRtdTrans a;
   a.SetDescription("score");
   a.SetEnabled(0);
@@ -110,16 +109,20 @@ TEST(RtdRecords, AssignmentCopiesDeeply) {
   CN4FileCRtdCmd cmd;
   cmd.SetParams({"x", "y"});
   a.AddCmd(-1, &cmd);
+  CN4FileCRtdTrans b(a);
   CN4FileCRtdTrans c;
   c.AddSync(-1, nullptr);
   c.AddSync(-1, nullptr);
   c = a;
-  EXPECT_EQ(c.GetDescription(), "score");
-  EXPECT_EQ(c.GetEnabled(), 0);
-  ASSERT_EQ(c.GetSyncCount(), 1);
-  ASSERT_EQ(c.GetCmdCount(), 1);
-  EXPECT_EQ(c.GetCmdPtr(0)->GetParam(1), "y");
+  for (CN4FileCRtdTrans* copy : {&b, &c}) {
+    EXPECT_EQ(copy->GetDescription(), "score");
+    EXPECT_EQ(copy->GetEnabled(), 0);
+    ASSERT_EQ(copy->GetSyncCount(), 1);
+    ASSERT_EQ(copy->GetCmdCount(), 1);
+    EXPECT_EQ(copy->GetCmdPtr(0)->GetParam(1), "y");
+  }
   a.GetSyncPtr(0)->SetOffset(9);
+  EXPECT_EQ(b.GetSyncPtr(0)->GetOffset(), 1);
   EXPECT_EQ(c.GetSyncPtr(0)->GetOffset(), 1);
 }
 
