@@ -25,12 +25,11 @@ TEST_F(SettingsTest, TemplateReadsSkipsNamelessSectionsAndDefaultsJustification)
 
 TEST_F(SettingsTest, TemplateFieldPositions) {
   CN4FileInputTemplate t(data_.File("new.tpl"));
-  t.AddField("A", 0);
-  t.AddField("B", 1);
-  t.AddField("C", 2);
-  t.SetFieldLength(0, 3);
-  t.SetFieldLength(1, 5);
-  t.SetFieldLength(2, 4);
+  const int lengths[] = {3, 5, 4};
+  for (int i = 0; i < 3; ++i) {
+    t.AddField(std::string(1, static_cast<char>('A' + i)), i);
+    t.SetFieldLength(i, lengths[i]);
+  }
   EXPECT_EQ(t.GetTotalLength(), 12);
   EXPECT_EQ(t.GetFieldItemNumber(2, 0), 9);
   const struct {
