@@ -12,19 +12,11 @@ using n4test::GroupTest;
 TEST_F(GroupTest, NewFileHoldsTheThreeTablesWithTheirColumns) {
   CN4FileGroup group;
   ASSERT_EQ(group.IsOpen(), 1);
-  struct Expect {
-    const char* table;
-    const char* columns;
-  } tables[] = {
-      {"Sign", "SignID,Name,Machine,Address,Rows,Columns,ColorTech"},
-      {"Group", "GroupID,Name,Rows,Columns,ColorTech"},
-      {"MemberJoin", "MemberID,GroupID,ID,Type"},
-  };
-  for (const auto& t : tables) {
-    SCOPED_TRACE(t.table);
-    EXPECT_EQ(CountRows(data.Database(), std::string("SELECT group_concat(name) = '") + t.columns +
-                                             "' FROM pragma_table_info('" + t.table + "')"),
-              1);
+  for (const auto& [table, columns] : {std::pair{"Sign", "SignID,Name,Machine,Address,Rows,Columns,ColorTech"},
+                                       std::pair{"Group", "GroupID,Name,Rows,Columns,ColorTech"},
+                                       std::pair{"MemberJoin", "MemberID,GroupID,ID,Type"}}) {
+    EXPECT_EQ(CountRows(data.Database(), std::string("SELECT group_concat(name) = '") + columns +
+                                             "' FROM pragma_table_info('" + table + "')"), 1) << table;
   }
   EXPECT_TRUE(messages.shown.empty());
 }
@@ -63,6 +55,22 @@ TEST(GroupOpen, FailedOpenIsShownAndIsOpenReconnectsLater) {
 
   group.CloseDatabase();
   EXPECT_EQ(group.IsOpen(), 0);  // closed on purpose: no reconnect
+}
+
+// Another connection finds the file locked as another process does.
+TEST_F(GroupTest, ExclusiveOpenKeepsOtherConnectionsOut) {
+  { CN4FileGroup create; }
+  {
+    CN4FileGroup alone(FALSE, TRUE);
+    ASSERT_EQ(alone.IsOpen(), 1);
+    CN4FileGroup refused;
+    EXPECT_EQ(messages.Last(), "Could not open database for grouping!  Error opening " + data.Database() + ".");
+    EXPECT_EQ(alone.AddGroup("still mine", 1, 1, 0, nullptr), 1);
+  }
+  messages.shown.clear();
+  CN4FileGroup shared;
+  EXPECT_EQ(shared.IsOpen(), 1);
+  EXPECT_TRUE(messages.shown.empty());
 }
 
 TEST_F(GroupTest, AddedRowsAreFoundByValueAndByIdentifier) {

@@ -9,10 +9,6 @@ namespace {
 using n4test::CountRows;
 using n4test::GroupTest;
 
-const char kAdvice[] =
-    "!  Make sure the grouping service is stopped and no other\n"
-    "applications are currently using the database. Error = ";
-
 TEST_F(GroupTest, CompactingKeepsEveryRowAndIdentifier) {
   long keep = 0;
   {
@@ -37,28 +33,37 @@ TEST_F(GroupTest, CompactingKeepsEveryRowAndIdentifier) {
   EXPECT_GT(next, keep);  // identifiers are never handed out twice
 }
 
-TEST_F(GroupTest, CompactingFailsAtTheCopyOnALeftOverTemporaryOrAMissingFile) {
-  EXPECT_EQ(CN4FileGroup::CompactGroupDatabase(), 0);  // no database yet
-  EXPECT_EQ(messages.Last().rfind("Error compacting " + data.Database() + kAdvice, 0), 0u);
+TEST_F(GroupTest, RefusalsShowTheAdviceAndKeepTheFiles) {
+  const std::string compacting = "Error compacting " + data.Database() + n4test::kInUseAdvice;
+  const std::string repairing = "Error repairing " + data.Database() + n4test::kInUseAdvice;
+  auto expectRefusal = [&](int result, const std::string& prefix) {
+    EXPECT_EQ(result, 0);
+    EXPECT_EQ(messages.Last().rfind(prefix, 0), 0u) << messages.Last();
+    EXPECT_GT(messages.Last().size(), prefix.size());  // the engine's description follows
+    EXPECT_EQ(messages.shown.back().style, static_cast<UINT>(MB_OK | MB_ICONEXCLAMATION));
+    messages.shown.clear();
+  };
+  expectRefusal(CN4FileGroup::CompactGroupDatabase(), compacting);  // no file yet
   EXPECT_FALSE(n4test::Exists(data.Database()));
+  n4test::WriteFile(data.Database(), std::string(8192, 'z'));
+  expectRefusal(CN4FileGroup::RepairGroupDatabase(), repairing);  // no database
+  EXPECT_EQ(n4test::ReadFile(data.Database()), std::string(8192, 'z'));
+  n4::Env::Default()->DeleteFile(data.Database(), nullptr);
 
-  { CN4FileGroup create; }
-  n4test::WriteFile(data.data() + "/N4grp_tmp.mdb", "left over");
-  messages.shown.clear();
-  EXPECT_EQ(CN4FileGroup::CompactGroupDatabase(), 0);
-  EXPECT_EQ(messages.Last().rfind("Error compacting ", 0), 0u);
-  EXPECT_EQ(n4test::ReadFile(data.data() + "/N4grp_tmp.mdb"), "left over");
-  CN4FileGroup db;
-  EXPECT_EQ(db.IsOpen(), 1);
-}
-
-TEST_F(GroupTest, RepairLeavesAHealthyFileAndRefusesAFileInUse) {
+  // Another connection (the grouping service, another program) has the file open.
   CN4FileGroup db;
   db.AddGroup("G", 1, 1, 0, nullptr);
-  EXPECT_EQ(CN4FileGroup::RepairGroupDatabase(), 0);  // db still has it open
-  EXPECT_EQ(messages.Last().rfind("Error repairing " + data.Database() + kAdvice, 0), 0u);
+  const std::string before = n4test::ReadFile(data.Database());
+  const std::string temporary = data.data() + "/N4grp_tmp.mdb";
+  expectRefusal(CN4FileGroup::RepairGroupDatabase(), repairing);
+  expectRefusal(CN4FileGroup::CompactGroupDatabase(), compacting);
+  EXPECT_EQ(n4test::ReadFile(data.Database()), before);
+  EXPECT_FALSE(n4test::Exists(temporary));
   db.CloseDatabase();
-  messages.shown.clear();
+  n4test::WriteFile(temporary, "left over");
+  expectRefusal(CN4FileGroup::CompactGroupDatabase(), "Error compacting ");
+  EXPECT_EQ(n4test::ReadFile(temporary), "left over");
+  n4::Env::Default()->DeleteFile(temporary, nullptr);
   EXPECT_EQ(CN4FileGroup::RepairGroupDatabase(), 1);
   EXPECT_TRUE(messages.shown.empty());
   EXPECT_EQ(CountRows(data.Database(), "SELECT count(*) FROM [Group]"), 1);
@@ -69,16 +74,13 @@ TEST_F(GroupTest, RepairRebuildsADamagedFileFromTheRowsStillReadable) {
   { CN4FileGroup create; }
   {
     // Many rows in one transaction, long enough to fill some dozens of pages.
-    sqlite3* raw = nullptr;
-    ASSERT_EQ(sqlite3_open(data.Database().c_str(), &raw), SQLITE_OK);
     std::string sql = "BEGIN;";
     for (int i = 0; i < kSigns; ++i) {
       sql += "INSERT INTO [Sign] ([Name], [Machine], [Address], [Rows], [Columns], [ColorTech]) VALUES ('s" +
              std::to_string(i) + "', '" + std::string(200, 'm') + "', 'A', 1, 1, 0);";
     }
     sql += "COMMIT;";
-    ASSERT_EQ(sqlite3_exec(raw, sql.c_str(), nullptr, nullptr, nullptr), SQLITE_OK);
-    sqlite3_close(raw);
+    SQLite::Database(data.Database(), SQLite::OPEN_READWRITE).exec(sql);
   }
   // Garbage over one page in the middle of the file.
   std::string bytes = n4test::ReadFile(data.Database());
@@ -102,14 +104,6 @@ TEST_F(GroupTest, RepairRebuildsADamagedFileFromTheRowsStillReadable) {
   long id = 0;
   ASSERT_EQ(db.AddSign("after", "M", "A", 1, 1, 0, &id), 1);
   EXPECT_GT(id, kSigns);
-}
-
-TEST_F(GroupTest, RepairOfAFileThatIsNoDatabaseFailsAndKeepsIt) {
-  n4test::WriteFile(data.Database(), std::string(8192, 'z'));
-  EXPECT_EQ(CN4FileGroup::RepairGroupDatabase(), 0);
-  EXPECT_EQ(messages.Last().rfind("Error repairing " + data.Database() + kAdvice, 0), 0u);
-  EXPECT_EQ(messages.shown.back().style, static_cast<UINT>(MB_OK | MB_ICONEXCLAMATION));
-  EXPECT_EQ(n4test::ReadFile(data.Database()), std::string(8192, 'z'));
 }
 
 }  // namespace

@@ -2,7 +2,7 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <sqlite3.h>
+#include <SQLiteCpp/SQLiteCpp.h>
 
 #include <string>
 #include <utility>
@@ -16,6 +16,11 @@
 #include "support/TestSupport.h"
 
 namespace n4test {
+
+// What the maintenance tasks show when they cannot have the file to themselves.
+inline const std::string kInUseAdvice =
+    "!  Make sure the grouping service is stopped and no other\n"
+    "applications are currently using the database. Error = ";
 
 struct ShownMessage {
   std::string text;
@@ -70,21 +75,15 @@ class GroupTest : public ::testing::Test {
   MessageCapture messages;
 };
 
-// One number from the file, read beside the library (the file is shared).
+// One number from the file, read beside the library (the file is shared); -1
+// when the file cannot answer.
 inline long long CountRows(const std::string& path, const std::string& sql) {
-  sqlite3* db = nullptr;
-  long long value = -1;
-  if (sqlite3_open_v2(path.c_str(), &db, SQLITE_OPEN_READONLY, nullptr) == SQLITE_OK) {
-    sqlite3_busy_timeout(db, 2000);
-    sqlite3_stmt* statement = nullptr;
-    if (sqlite3_prepare_v2(db, sql.c_str(), -1, &statement, nullptr) == SQLITE_OK &&
-        sqlite3_step(statement) == SQLITE_ROW) {
-      value = sqlite3_column_int64(statement, 0);
-    }
-    sqlite3_finalize(statement);
+  try {
+    SQLite::Database db(path, SQLite::OPEN_READONLY, 2000);
+    return db.execAndGet(sql).getInt64();
+  } catch (const SQLite::Exception&) {
+    return -1;
   }
-  sqlite3_close(db);
-  return value;
 }
 
 // The signs reached from a group, as "name" texts in walk order.

@@ -5,6 +5,7 @@
 
 namespace {
 
+using n4test::SettingsGolden;
 using n4test::SettingsTest;
 
 // args: data root. The paste cell is shared by the process, so pasting before
@@ -51,9 +52,6 @@ TEST_F(SettingsTest, PageConfigurationDefaultsAndSignKeysOnlyForQuickDisplay) {
     page.ReadPageData();
     EXPECT_EQ(page.GetSignRows(), c.signRows);
     EXPECT_EQ(page.IsScripting(), c.isScripting);
-    EXPECT_EQ(page.GetGridRows(), 18);
-    EXPECT_EQ(page.GetGridCols(), 5);
-    EXPECT_EQ(page.GetRequestPort(), -1);
   }
   data_.Put("P.dcp", "[CONFIGURATION]\r\nUSEQUEUEDSTATUS=5\r\n");
   CN4FileDCPage page("P");
@@ -63,9 +61,7 @@ TEST_F(SettingsTest, PageConfigurationDefaultsAndSignKeysOnlyForQuickDisplay) {
   EXPECT_EQ(page.GetUseQueuedStatus(), 1);
   page.SetPageType("Scripting");
   page.WritePageData();
-  EXPECT_EQ(data_.Get("P.dcp"),
-            "[CONFIGURATION]\r\nUSEQUEUEDSTATUS=1\r\nSERVICE=\r\nSIGN=\r\nGRIDROWS=18\r\nGRIDCOLS=5\r\n"
-            "PAGETYPE=Scripting\r\nINTERFACENAME=\r\nREQUESTPORT=-1\r\n");
+  EXPECT_EQ(data_.Get("P.dcp"), SettingsGolden("scripting-page.dcp"));
 }
 
 TEST_F(SettingsTest, CellsReadWithTheirOwnKeyWalk) {
@@ -110,8 +106,7 @@ TEST_F(SettingsTest, CellsWriteOnlySetFieldsAndPasteRepeatedly) {
   page.SetCellName("Empty");
   page.SetCellWinNum(-1);
   ASSERT_EQ(page.WriteCell(0), 1);
-  EXPECT_EQ(data_.Get("P.dcp"),
-            "[CELL4]\r\nTYPE=Seq\r\nPATH=a.sq4\r\nWINDOWNUMBER=0\r\nROW=2\r\n\r\n[CELL1]\r\nNAME=Empty\r\n");
+  EXPECT_EQ(data_.Get("P.dcp"), SettingsGolden("cells-written.dcp"));
 
   EXPECT_EQ(page.CopyCell(3), 1);
   EXPECT_EQ(page.GetPasteCellPath(), "a.sq4");
@@ -119,10 +114,11 @@ TEST_F(SettingsTest, CellsWriteOnlySetFieldsAndPasteRepeatedly) {
   CN4FileDCPage other("Q");
   EXPECT_EQ(other.PasteCell(5), 1);  // shared between pages
   EXPECT_EQ(page.PasteCell(5), 1);
-  const std::string file = data_.Get("P.dcp");
-  EXPECT_NE(file.find("[CELL5]\r\nTYPE=Seq\r\nPATH=a.sq4\r\nWINDOWNUMBER=0\r\nROW=2\r\n"), std::string::npos);
-  EXPECT_NE(file.find("[CELL6]\r\nTYPE=Seq\r\nPATH=a.sq4\r\nWINDOWNUMBER=0\r\nROW=2\r\n"), std::string::npos);
-  EXPECT_EQ(data_.Get("Q.dcp"), "[CELL6]\r\nTYPE=Seq\r\nPATH=a.sq4\r\nWINDOWNUMBER=0\r\nROW=2\r\n");
+  const std::string cell = "TYPE=Seq\r\nPATH=a.sq4\r\nWINDOWNUMBER=0\r\nROW=2\r\n";
+  for (const char* section : {"[CELL5]\r\n", "[CELL6]\r\n"}) {
+    EXPECT_NE(data_.Get("P.dcp").find(section + cell), std::string::npos) << section;
+  }
+  EXPECT_EQ(data_.Get("Q.dcp"), "[CELL6]\r\n" + cell);
 
   EXPECT_EQ(page.CutCell(0), 1);
   EXPECT_EQ(page.GetPasteCellPath(), "");

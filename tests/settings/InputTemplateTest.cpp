@@ -5,14 +5,11 @@
 
 namespace {
 
+using n4test::SettingsGolden;
 using n4test::SettingsTest;
 
 TEST_F(SettingsTest, TemplateReadsSkipsNamelessSectionsAndDefaultsJustification) {
-  data_.Put("T.tpl",
-            "[TEMPLATE]\r\nDESCRIPTION=Scores\r\nNUMFIELDS=3\r\n"
-            "[FIELD1]\r\nNAME=Home\r\nLENGTH=3\r\nJUSTIFY=R\r\n"
-            "[FIELD2]\r\nLENGTH=9\r\n"
-            "[FIELD3]\r\nNAME=Guest\r\nLENGTH=5\r\nSAMPLE_TEXT=12\r\n");
+  data_.Put("T.tpl", SettingsGolden("scores.tpl"));  // FIELD2 has no name
   CN4FileInputTemplate t("T.tpl");
   EXPECT_EQ(t.GetTemplateDesc(), "Scores");
   ASSERT_EQ(t.GetNumFields(), 2);
@@ -28,12 +25,11 @@ TEST_F(SettingsTest, TemplateReadsSkipsNamelessSectionsAndDefaultsJustification)
 
 TEST_F(SettingsTest, TemplateFieldPositions) {
   CN4FileInputTemplate t(data_.File("new.tpl"));
-  t.AddField("A", 0);
-  t.AddField("B", 1);
-  t.AddField("C", 2);
-  t.SetFieldLength(0, 3);
-  t.SetFieldLength(1, 5);
-  t.SetFieldLength(2, 4);
+  const int lengths[] = {3, 5, 4};
+  for (int i = 0; i < 3; ++i) {
+    t.AddField(std::string(1, static_cast<char>('A' + i)), i);
+    t.SetFieldLength(i, lengths[i]);
+  }
   EXPECT_EQ(t.GetTotalLength(), 12);
   EXPECT_EQ(t.GetFieldItemNumber(2, 0), 9);
   const struct {
@@ -59,9 +55,7 @@ TEST_F(SettingsTest, TemplateFieldPositions) {
 }
 
 TEST_F(SettingsTest, TemplateWriteReplacesTheWholeFile) {
-  std::string longer = "[TEMPLATE]\r\nNUMFIELDS=5\r\n; note\r\n";
-  for (int i = 1; i <= 5; ++i) longer += "[FIELD" + std::to_string(i) + "]\r\nNAME=F" + std::to_string(i) + "\r\n";
-  data_.Put("T.tpl", longer);
+  data_.Put("T.tpl", SettingsGolden("five-fields.tpl"));
   CN4FileInputTemplate t("T.tpl");
   ASSERT_EQ(t.GetNumFields(), 5);
   t.DeleteField(4);
@@ -69,10 +63,7 @@ TEST_F(SettingsTest, TemplateWriteReplacesTheWholeFile) {
   t.DeleteField(2);
   t.SetTemplateDesc("Two");
   EXPECT_EQ(t.WriteTemplateData(), 1);
-  EXPECT_EQ(data_.Get("T.tpl"),
-            "[TEMPLATE]\r\nDESCRIPTION=Two\r\nNUMFIELDS=2\r\n"
-            "\r\n[FIELD1]\r\nNAME=F1\r\nLENGTH=0\r\nJUSTIFY=N\r\nSAMPLE_TEXT=\r\n"
-            "\r\n[FIELD2]\r\nNAME=F2\r\nLENGTH=0\r\nJUSTIFY=N\r\nSAMPLE_TEXT=\r\n");
+  EXPECT_EQ(data_.Get("T.tpl"), SettingsGolden("two-fields.tpl"));
   t.SetPathName(data_.File("Copy.tpl"));
   EXPECT_EQ(t.WriteTemplateData(), 1);
   CN4FileInputTemplate copy("Copy.tpl");

@@ -1,21 +1,15 @@
 #include <gtest/gtest.h>
 
-#include <filesystem>
-
 #include "n4file/Settings.h"
 #include "SettingsTestEnv.h"
 
 namespace {
 
+using n4test::SettingsGolden;
 using n4test::SettingsTest;
 
 TEST_F(SettingsTest, InterfaceReadsFieldsAndFormatsByTheTokenRules) {
-  std::filesystem::create_directories(data_.File("Stats Interface/Hockey"));
-  data_.Put("Stats Interface/Hockey/Interface.ini",
-            "[Configuration]\r\nComboBox1Label=Away:\r\nRequestCommand=12\r\n"
-            "[Formats]\r\nCount=3\r\nFormat0=\tSCORE  home guest\r\nFormat2=Clock\r\n"
-            "[FieldParams]\r\nCount=5\r\nField0=Score,4,Home Score ,3\r\nField1=Clock\r\n"
-            "Field2=\r\nField3=Pen,,Label\r\nField4=,,,\r\n");
+  data_.Put("Stats Interface/Hockey/Interface.ini", SettingsGolden("Interface.ini"));
   CN4FileInterface itf("Hockey");
   EXPECT_EQ(itf.GetComboBox1Label(), "Away:");
   EXPECT_EQ(itf.GetComboBox2Label(), "Home:");
@@ -65,9 +59,7 @@ TEST_F(SettingsTest, InterfaceBoundsDamagedCounts) {
 }
 
 TEST_F(SettingsTest, SelectionListsPadShortLines) {
-  std::filesystem::create_directories(data_.File("Stats Interface/Hockey"));
-  n4test::WriteFile(data_.File("Stats Interface/Hockey/Teams.lci"),
-                    "Name\tCity\tCoach\tColour\r\nBears\tBerne\r\nA\t\tB\tC\tD\tE\r\nLast");
+  data_.Put("Stats Interface/Hockey/Teams.lci", SettingsGolden("Teams.lci"));
   CN4FileInterfaceSel sel("Hockey", "Teams");
   ASSERT_EQ(sel.GetNumFieldNames(), 4);
   EXPECT_EQ(sel.GetFieldName(3), "Colour");

@@ -24,6 +24,7 @@ struct DataDirEnv {
   std::string File(const std::string& name) const { return n4::JoinPath(dataDir, n4::path::WithSeparators(name)); }
   // Writes a file behind the cache's back, as another program would.
   void Put(const std::string& name, const std::string& bytes) const {
+    std::filesystem::create_directories(std::filesystem::path(File(name)).parent_path());
     WriteFile(File(name), bytes);
     n4::ProfileCache::Instance().Forget(File(name));
   }
@@ -33,6 +34,11 @@ struct DataDirEnv {
   n4::ScopedEnv scoped;
   std::string dataDir;
 };
+
+// A file kept under tests/data/settings.
+inline std::string SettingsGolden(const std::string& name) {
+  return ReadFile(std::string(N4_TEST_DATA_DIR) + "/settings/" + name);
+}
 
 class SettingsTest : public ::testing::Test {
  protected:

@@ -11,15 +11,14 @@ TEST(MessageQueue, DeliversPostsInOrderAndTimesOutWhenEmpty) {
   EXPECT_FALSE(queue.Wait(0).has_value());
   EXPECT_EQ(queue.Post(10, 1, -1), 1);
   EXPECT_EQ(n4::PostMessageTo(queue.GetHandle(), 11, 2, -2), 1);
-  auto first = queue.Wait(0);
-  auto second = queue.Wait(0);
-  ASSERT_TRUE(first && second);
-  EXPECT_EQ(first->hwnd, queue.GetHandle());
-  EXPECT_EQ(first->message, 10u);
-  EXPECT_EQ(first->wParam, 1u);
-  EXPECT_EQ(first->lParam, -1);
-  EXPECT_EQ(second->message, 11u);
-  EXPECT_EQ(second->lParam, -2);
+  for (UINT n : {1u, 2u}) {
+    auto message = queue.Wait(0);
+    ASSERT_TRUE(message);
+    EXPECT_EQ(message->hwnd, queue.GetHandle());
+    EXPECT_EQ(message->message, 9 + n);
+    EXPECT_EQ(message->wParam, n);
+    EXPECT_EQ(message->lParam, -static_cast<std::intptr_t>(n));
+  }
   EXPECT_FALSE(queue.Wait(20).has_value());
 }
 
