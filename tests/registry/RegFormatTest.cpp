@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "files/DataFiles.h"
 #include "registry/RegFormat.h"
 #include "registry/Utf16.h"
 #include "RegistryTestEnv.h"
@@ -78,23 +79,10 @@ TEST(RegFormat, ImportsARegedit4FileAsTheEditorWould) {
   ASSERT_TRUE(n4::ParseRegFile(n4test::ReadFile(n4test::FixturePath("regedit4-import.reg")), &top,
                                &error))
       << error;
-  const std::string files = "HKEY_LOCAL_MACHINE\\Software\\Korvandexa\\Lyrae4000\\V5.0\\File Locations";
-  const std::string signs = "HKEY_LOCAL_MACHINE\\Software\\Korvandexa\\Lyrae4000\\V5.0\\Signs";
-  ExpectValue(top, files, "DataPath", REG_SZ, WideZ("/srv/n4000/data/"));
-  // A later section of another spelling adds to the same key and deletes from it.
-  EXPECT_EQ(Value(top, files, "Obsolete"), nullptr);
-  ExpectValue(top, files, "ExePath", REG_SZ, WideZ("/opt/n4000/bin"));
-  EXPECT_EQ(top.Find(Split(files))->name(), "File Locations");
-  // 8-bit text types are widened to the UTF-16 the registry holds.
-  ExpectValue(top, files, "Path", REG_EXPAND_SZ, WideZ("%PATH%"));
-  ExpectValue(top, signs, "Count", REG_DWORD, std::string("\x2a\0\0\0", 4));
-  ExpectValue(top, signs, "Layout", REG_BINARY, "\1\2\3\4\5\6\7");
-  ExpectValue(top, signs, "", REG_SZ, WideZ("default"));
-  // Not UTF-8: the byte stands for its Latin-1 character.
-  ExpectValue(top, signs, "Label", REG_SZ, std::string("D\0\xe9\0c\0\0\0", 8));
-  EXPECT_EQ(top.Find(Split("HKEY_LOCAL_MACHINE\\Software\\Korvandexa\\Lyrae4000\\V5.0\\Stale")),
-            nullptr);
-
+  // Sections of another spelling add to the same key and delete from it; 8-bit
+  // text types are widened to the UTF-16 the registry holds; bytes that are
+  // not UTF-8 stand for their Latin-1 characters.
+  n4test::ExpectGolden("registry/regedit4-import.expected", n4::FormatRegText(top));
   // Written in the current format, it reads back the same.
   std::string written = n4::FormatRegFile(top);
   RegKey again;
@@ -144,40 +132,11 @@ TEST(RegFormat, EveryValueSurvivesAWriteAndRead) {
 }
 
 TEST(RegFormat, RejectsDamagedFiles) {
-  const std::string head = "Windows Registry Editor Version 5.00\r\n\r\n[HKEY_CURRENT_USER\\k]\r\n";
-  const struct {
-    const char* what;
-    std::string bytes;
-  } cases[] = {
-      {"no header", "[HKEY_CURRENT_USER\\k]\r\n\"a\"=\"b\"\r\n"},
-      {"other header", "REGEDIT5\r\n"},
-      {"only blanks", "\r\n  \r\n"},
-      {"value before any key", "REGEDIT4\r\n\"a\"=\"b\"\r\n"},
-      {"unclosed key", "REGEDIT4\r\n[HKEY_CURRENT_USER\\k\r\n"},
-      {"empty key name", "REGEDIT4\r\n[HKEY_CURRENT_USER\\\\k]\r\n"},
-      {"unclosed value name", head + "\"a=\"b\"\r\n"},
-      {"unclosed text", head + "\"a\"=\"b\r\n"},
-      {"text after the text", head + "\"a\"=\"b\" c\r\n"},
-      {"no equals sign", head + "\"a\" \"b\"\r\n"},
-      {"bad hex byte", head + "\"a\"=hex:01,0g\r\n"},
-      {"three-digit byte", head + "\"a\"=hex:100\r\n"},
-      {"empty byte", head + "\"a\"=hex:01,,02\r\n"},
-      {"continued past the end", head + "\"a\"=hex:01,\\\r\n"},
-      {"long dword", head + "\"a\"=dword:123456789\r\n"},
-      {"empty dword", head + "\"a\"=dword:\r\n"},
-      {"bad type", head + "\"a\"=hex(x):00\r\n"},
-      {"unknown data", head + "\"a\"=qword:1\r\n"},
-      {"stray line", head + "junk\r\n"},
-      {"continued onto a blank line", head + "\"a\"=hex:01,\\\r\n  \r\n\"b\"=\"c\"\r\n"},
-      {"cut UTF-16", std::string("\xff\xfeR\0E\0G\0", 7)},
-      {"UTF-16 cut after a whole character", "\xff\xfe" + Wide(head + "\"a\"=\"b")},
-      {"big-endian UTF-16", std::string("\xfe\xff\0R\0E", 6)},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.what);
+  for (const auto& c : n4test::ReadCases("registry/damaged.tsv")) {
+    SCOPED_TRACE(c[0].text);
     RegKey top;
     std::string error;
-    EXPECT_FALSE(n4::ParseRegFile(c.bytes, &top, &error));
+    EXPECT_FALSE(n4::ParseRegFile(c[1].text, &top, &error));
     EXPECT_FALSE(error.empty());
   }
 }

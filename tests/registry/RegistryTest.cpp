@@ -7,6 +7,7 @@
 #include "registry/StoreSelection.h"
 #include "registry/RegFormat.h"
 #include "registry/Utf16.h"
+#include "files/DataFiles.h"
 #include "RegistryTestEnv.h"
 
 namespace {
@@ -155,30 +156,18 @@ TEST_F(RegistryTest, StringBufferReadsAlwaysEndTerminated) {
 }
 
 TEST_F(RegistryTest, DataPathLosesOneTrailingSeparatorAndFallsBackToTheDefault) {
-  const struct {
-    const char* stored;
-    int result;
-    const char* path;
-  } cases[] = {
-      {"\"DataPath\"=\"D:\\\\Data\\\\\"", 1, "D:\\Data"},
-      {"\"DataPath\"=\"D:\\\\Data\\\\\\\\\"", 1, "D:\\Data\\"},
-      {"\"DataPath\"=\"/srv/n4000/\"", 1, "/srv/n4000"},
-      {"\"DataPath\"=\"/\"", 1, "/"},
-      {"\"DataPath\"=\"\"", 1, ""},
-      {"\"DataPath\"=dword:00000001", 0, CN4Registry::GetDefaultDirectory()},
-      {"\"DataPath\"=hex(2):44,00,3a,00,00,00", 0, CN4Registry::GetDefaultDirectory()},
-      {"\"Other\"=\"x\"", 0, CN4Registry::GetDefaultDirectory()},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.stored);
-    Machine(std::string(kV5) + "\\File Locations]\r\n" + c.stored + "\r\n");
+  for (const auto& c : n4test::ReadCases("registry/data-paths.tsv")) {
+    SCOPED_TRACE(c[0].text);
+    Machine(std::string(kV5) + "\\File Locations]\r\n" + c[0].text + "\r\n");
+    const int result = std::stoi(c[1].text);
+    const std::string path = c[2].text == "<default>" ? CN4Registry::GetDefaultDirectory() : c[2].text;
     char buf[261];
     std::strcpy(buf, "untouched");
-    EXPECT_EQ(CN4Registry::GetDataPath(buf, sizeof buf), c.result);
-    EXPECT_STREQ(buf, c.path);
+    EXPECT_EQ(CN4Registry::GetDataPath(buf, sizeof buf), result);
+    EXPECT_EQ(buf, path);
     std::string text = "untouched";
-    EXPECT_EQ(CN4Registry::GetDataPath(text), c.result);
-    EXPECT_EQ(text, c.path);
+    EXPECT_EQ(CN4Registry::GetDataPath(text), result);
+    EXPECT_EQ(text, path);
   }
   const bool windows = n4::Env::Default()->PathSeparator() == '\\';
   EXPECT_STREQ(CN4Registry::GetDefaultDirectory(), windows ? "C:\\N4000" : "/var/lib/n4000");
@@ -342,38 +331,15 @@ TEST_F(RegistryTest, CreatesMissingDirectoriesAndRefusesUnwritableNames) {
   EXPECT_EQ(text, "one\r\ntwo");
 }
 
-}  // namespace
-
-namespace {
-
 // No registry directory set: the user's file goes to the configuration directory.
-class ConfigHomeEnv : public n4::EnvWrapper {
- public:
-  explicit ConfigHomeEnv(std::string config) : EnvWrapper(n4::Env::Default()), config_(std::move(config)) {}
-  std::string GetEnvironmentVariable(const std::string& name) override {
-    if (name == "N4_REGISTRY_DIR") return {};
-    if (name == "XDG_CONFIG_HOME") return config_;
-    return target()->GetEnvironmentVariable(name);
-  }
-
- private:
-  std::string config_;
-};
-
 TEST(RegistryDefaults, TheUserStoreLivesInTheConfigurationDirectory) {
   n4test::TempDir dir;
-  ConfigHomeEnv env(dir.path());
+  n4test::RegistryDirEnv env("", dir.path());
   n4::ScopedEnv scoped(&env);
-  n4::FileRegistryStore files(n4::LocateRegistryFile);  // the default only where there is no system registry
-  n4::ScopedRegistryStore store(&files);
   CN4Registry reg;
   ASSERT_EQ(reg.CreateUserRegistryKey("Window Settings"), 1);
   EXPECT_TRUE(n4test::Exists(dir.File("n4000/HKEY_CURRENT_USER.reg")));
 }
-
-}  // namespace
-
-namespace {
 
 TEST_F(RegistryTest, ExportFilesImportBackIntoTheRightRoots) {
   CN4Registry reg;

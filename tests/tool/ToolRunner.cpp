@@ -22,6 +22,12 @@ std::string ShellQuote(const std::string& s) {
   return q + "'";
 }
 
+void ExpectGolden(const std::string& name, const std::string& text) {
+  const std::filesystem::path golden = std::filesystem::path(N4_TEST_DATA_DIR) / "tool" / name;
+  if (std::getenv("N4_UPDATE_GOLDEN")) std::ofstream(golden, std::ios::binary) << text;
+  EXPECT_EQ(text, ReadAll(golden)) << name;
+}
+
 void ToolRunner::SetUp() {
   dir_ = std::filesystem::temp_directory_path() / ("n4file-tool-test-" + std::to_string(std::random_device{}()));
   std::filesystem::create_directories(dir_);
@@ -35,6 +41,23 @@ Result ToolRunner::Run(const std::vector<std::string>& args) const {
   command += " >stdout.txt 2>stderr.txt";
   const int raw = std::system(command.c_str());
   return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, ReadAll(dir_ / "stdout.txt"), ReadAll(dir_ / "stderr.txt")};
+}
+
+void ToolRunner::ExpectTranscript(const std::string& name, const std::vector<std::vector<std::string>>& commands,
+                                  const std::function<void()>& afterEach) const {
+  std::string transcript;
+  for (const auto& args : commands) {
+    const Result r = Run(args);
+    transcript += "$ n4file";
+    for (const auto& a : args) transcript += " " + a;
+    transcript += "\nexit " + std::to_string(r.status) + "\n" + r.err;
+    if (!r.out.empty()) transcript += "stdout:\n" + r.out;
+    if (afterEach) {
+      SCOPED_TRACE(transcript.substr(transcript.rfind("$ ")));
+      afterEach();
+    }
+  }
+  ExpectGolden(name, transcript);
 }
 
 }  // namespace n4tooltest
