@@ -31,7 +31,7 @@ class ToolRunner : public ::testing::Test {
   void SetUp() override;
   void TearDown() override;
 
-  Result Run(const std::vector<std::string>& args) const;
+  virtual Result Run(const std::vector<std::string>& args) const;
   // Runs each command and compares their exit statuses and what they printed
   // with the golden transcript `name`; afterEach runs after every command.
   void ExpectTranscript(const std::string& name, const std::vector<std::vector<std::string>>& commands,

@@ -197,20 +197,19 @@ TEST_F(ToolTest, PathBuildsAndParsesBack) {
 
 TEST_F(ToolTest, RegistryValuesRoundTrip) {
   env_ = "N4_REGISTRY_DIR=" + ShellQuote(Path("registry"));
-  ASSERT_EQ(Run({"registry", "set", "File Locations", "DataPath", "/srv/n4000"}).status, 0);
-  ASSERT_EQ(Run({"registry", "set", "--user", "--dword", "Window Settings", "Width", "640"}).status, 0);
-  EXPECT_EQ(Run({"registry", "get", "File Locations", "DataPath"}).out, "/srv/n4000\n");
-  EXPECT_EQ(Run({"registry", "get", "--user", "Window Settings", "Width"}).out, "640\n");
-  EXPECT_EQ(Run({"registry", "get", "File Locations", "Nothing"}).status, 1);
+  ExpectTranscript("registry-set-get.transcript",
+                   {{"registry", "set", "File Locations", "DataPath", "/srv/n4000"},
+                    {"registry", "set", "--user", "--dword", "Window Settings", "Width", "640"},
+                    {"registry", "get", "File Locations", "DataPath"},
+                    {"registry", "get", "--user", "Window Settings", "Width"},
+                    {"registry", "get", "File Locations", "Nothing"},
+                    {"registry", "export", "-o", "machine.reg"}});
   // Exported, the store emptied, imported again.
-  ASSERT_EQ(Run({"registry", "export", "-o", "machine.reg"}).status, 0);
   fs::remove_all(Path("registry"));
-  EXPECT_EQ(Run({"registry", "get", "File Locations", "DataPath"}).status, 1);
-  ASSERT_EQ(Run({"registry", "import", "machine.reg"}).status, 0);
-  EXPECT_EQ(Run({"registry", "get", "File Locations", "DataPath"}).out, "/srv/n4000\n");
-  const Result bad = Run({"registry", "import", "stdout.txt"});
-  EXPECT_EQ(bad.status, 1);
-  EXPECT_NE(bad.err.find("n4file: stdout.txt: not a registry file"), std::string::npos) << bad.err;
+  ExpectTranscript("registry-import.transcript", {{"registry", "get", "File Locations", "DataPath"},
+                                                  {"registry", "import", "machine.reg"},
+                                                  {"registry", "get", "File Locations", "DataPath"},
+                                                  {"registry", "import", "stdout.txt"}});
 }
 
 TEST_F(ToolTest, EveryCommandHasHelpWithAnExample) {
