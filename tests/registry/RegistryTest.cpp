@@ -216,29 +216,16 @@ TEST_F(RegistryTest, KeyHandlingRefusesBadArgumentsAndClosesTheHeldKey) {
   EXPECT_EQ(CN4Registry::GetRegistryString(nullptr, "v", text), 0);
 }
 
-// Delegates to the file store but can refuse to close.
-class StubbornStore : public n4::RegistryStore {
+// The file store, but it can refuse to close.
+class StubbornStore : public n4::FileRegistryStore {
  public:
-  explicit StubbornStore(n4::RegistryStore* target) : target_(target) {}
-  LONG OpenKey(HKEY p, const std::string& s, DWORD a, HKEY* r) override { return target_->OpenKey(p, s, a, r); }
-  LONG CreateKey(HKEY p, const std::string& s, DWORD a, HKEY* r) override {
-    return target_->CreateKey(p, s, a, r);
-  }
-  LONG CloseKey(HKEY key) override { return refuseClose ? n4::kRegInvalidHandle : target_->CloseKey(key); }
-  LONG QueryValue(HKEY k, const std::string& n, DWORD* t, BYTE* d, DWORD* s) override {
-    return target_->QueryValue(k, n, t, d, s);
-  }
-  LONG SetValue(HKEY k, const std::string& n, DWORD t, const BYTE* d, DWORD s) override {
-    return target_->SetValue(k, n, t, d, s);
-  }
+  StubbornStore() : FileRegistryStore(n4::LocateRegistryFile) {}
+  LONG CloseKey(HKEY key) override { return refuseClose ? n4::kRegInvalidHandle : FileRegistryStore::CloseKey(key); }
   bool refuseClose = true;
-
- private:
-  n4::RegistryStore* target_;
 };
 
 TEST_F(RegistryTest, AFailedCloseKeepsTheHandle) {
-  StubbornStore store(n4::DefaultRegistryStore());
+  StubbornStore store;
   n4::ScopedRegistryStore scoped(&store);
   CN4Registry reg;
   ASSERT_EQ(reg.CreateUserRegistryKey("X"), 1);
