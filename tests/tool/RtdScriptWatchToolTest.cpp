@@ -82,12 +82,7 @@ TEST_F(NewFilesToolTest, RtdBadInputFailsWithOneLineAndWritesNothing) {
 
 TEST_F(NewFilesToolTest, InfoDescribesAConfigurationAndLeavesOtherFilesAlone) {
   WriteConfiguration("show.rtd");
-  for (const bool json : {false, true}) {
-    SCOPED_TRACE(json);
-    const Result r = json ? Run({"info", "--json", "show.rtd"}) : Run({"info", "show.rtd"});
-    EXPECT_EQ(r.status, 0) << r.err;
-    n4tooltest::ExpectGolden(json ? "info-rtd.json" : "info-rtd.out", r.out);
-  }
+  ExpectTranscript("info-rtd.transcript", {{"info", "show.rtd"}, {"info", "--json", "show.rtd"}});
   // A file that does not load as a configuration is not taken for one.
   std::ofstream(Path("notes.txt")) << "plain text";
   EXPECT_NE(Run({"info", "notes.txt"}).err.find("unknown kind of file"), std::string::npos);
@@ -99,12 +94,8 @@ TEST_F(NewFilesToolTest, ScriptTokensShowEachLine) {
          "say \"\"\r\n"
          "\r\n"
          "tail \"open ended\n";
-  for (const bool json : {false, true}) {
-    SCOPED_TRACE(json);
-    const Result r = json ? Run({"script", "tokens", "--json", "start.scr"}) : Run({"script", "tokens", "start.scr"});
-    EXPECT_EQ(r.status, 0) << r.err;
-    n4tooltest::ExpectGolden(json ? "script-tokens.json" : "script-tokens.out", r.out);
-  }
+  ExpectTranscript("script-tokens.transcript",
+                   {{"script", "tokens", "start.scr"}, {"script", "tokens", "--json", "start.scr"}});
 }
 
 TEST_F(NewFilesToolTest, MissingFilesAndDirectoriesFailWithOneLine) {

@@ -46,12 +46,7 @@ TEST_F(SettingsToolTest, DcPagesListsGroupsPagesAndConfiguredCells) {
   WritePage("Main", "Quick Display", {0, 7, 99});
   WritePage("Scores", "Interface", {});
 
-  for (const bool json : {false, true}) {
-    SCOPED_TRACE(json);
-    const Result r = json ? Run({"dc", "pages", "--json", "."}) : Run({"dc", "pages", "."});
-    EXPECT_EQ(r.status, 0) << r.err;
-    n4tooltest::ExpectGolden(json ? "dc-pages.json" : "dc-pages.out", r.out);
-  }
+  ExpectTranscript("dc-pages.transcript", {{"dc", "pages", "."}, {"dc", "pages", "--json", "."}});
 }
 
 TEST_F(SettingsToolTest, DcPagesRejectsWhatIsNotADirectory) {
@@ -85,15 +80,12 @@ TEST_F(SettingsToolTest, InfoDescribesEverySettingsKind) {
   std::ofstream(Path("Bad.dcp"), std::ios::binary) << garbage;
   std::ofstream(Path("Bad.dcg"), std::ios::binary) << garbage;
 
-  for (const bool json : {false, true}) {
-    SCOPED_TRACE(json);
-    std::vector<std::string> args = {"info", "Config.dc", "Evening.dcg", "Main.dcp", "Interface.ini",
-                                     "Teams.lci",  "scores.txt", "Bad.dcp",     "Bad.dcg"};
-    if (json) args.insert(args.begin() + 1, "--json");
-    const Result r = Run(args);
-    EXPECT_EQ(r.status, 0) << r.err;
-    n4tooltest::ExpectGolden(json ? "info-settings.json" : "info-settings.out", r.out);
-  }
+  const std::vector<std::string> files = {"Config.dc", "Evening.dcg", "Main.dcp", "Interface.ini",
+                                          "Teams.lci", "scores.txt",  "Bad.dcp",  "Bad.dcg"};
+  std::vector<std::string> text = {"info"}, json = {"info", "--json"};
+  text.insert(text.end(), files.begin(), files.end());
+  json.insert(json.end(), files.begin(), files.end());
+  ExpectTranscript("info-settings.transcript", {text, json});
 }
 
 }  // namespace

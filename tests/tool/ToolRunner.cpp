@@ -22,12 +22,6 @@ std::string ShellQuote(const std::string& s) {
   return q + "'";
 }
 
-void ExpectGolden(const std::string& name, const std::string& text) {
-  const std::filesystem::path golden = std::filesystem::path(N4_TEST_DATA_DIR) / "tool" / name;
-  if (std::getenv("N4_UPDATE_GOLDEN")) std::ofstream(golden, std::ios::binary) << text;
-  EXPECT_EQ(text, ReadAll(golden)) << name;
-}
-
 void ToolRunner::SetUp() {
   dir_ = std::filesystem::temp_directory_path() / ("n4file-tool-test-" + std::to_string(std::random_device{}()));
   std::filesystem::create_directories(dir_);
@@ -57,7 +51,9 @@ void ToolRunner::ExpectTranscript(const std::string& name, const std::vector<std
       afterEach();
     }
   }
-  ExpectGolden(name, transcript);
+  const std::filesystem::path golden = std::filesystem::path(N4_TEST_DATA_DIR) / "tool" / name;
+  if (std::getenv("N4_UPDATE_GOLDEN")) std::ofstream(golden, std::ios::binary) << transcript;
+  EXPECT_EQ(transcript, ReadAll(golden)) << name;
 }
 
 }  // namespace n4tooltest

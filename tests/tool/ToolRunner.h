@@ -22,10 +22,6 @@ std::string ReadAll(const std::filesystem::path& path);
 // One word for the POSIX shell, whatever it holds.
 std::string ShellQuote(const std::string& s);
 
-// Compares text with tests/data/tool/<name>; with N4_UPDATE_GOLDEN set in the
-// environment the file is rewritten instead, to be reviewed in the diff.
-void ExpectGolden(const std::string& name, const std::string& text);
-
 class ToolRunner : public ::testing::Test {
  protected:
   void SetUp() override;
@@ -33,7 +29,9 @@ class ToolRunner : public ::testing::Test {
 
   virtual Result Run(const std::vector<std::string>& args) const;
   // Runs each command and compares their exit statuses and what they printed
-  // with the golden transcript `name`; afterEach runs after every command.
+  // with the golden transcript tests/data/tool/<name>; afterEach runs after
+  // every command. With N4_UPDATE_GOLDEN set in the environment the file is
+  // rewritten instead, to be reviewed in the diff.
   void ExpectTranscript(const std::string& name, const std::vector<std::vector<std::string>>& commands,
                         const std::function<void()>& afterEach = {}) const;
   std::string Path(const std::string& name) const { return (dir_ / name).string(); }

@@ -99,15 +99,8 @@ TEST_F(ToolTest, InfoMatchesTheGoldenFiles) {
   const char riff[] = "RIFF\x1e\0\0\0demoabcd\x06\0\0\0hello\0LIST\x04\0\0\0xyzw";
   std::ofstream(Path("plain.bin"), std::ios::binary).write(riff, sizeof riff - 1);
   std::ofstream(Path("junk.SQ4")) << "not a sequence";
-  Result r = Run({"info", "golden.SQ4"});
-  EXPECT_EQ(r.status, 0) << r.err;
-  n4tooltest::ExpectGolden("info-golden.txt", r.out);
-  r = Run({"info", "--json", "s.SQ4"});
-  EXPECT_EQ(r.status, 0) << r.err;
-  n4tooltest::ExpectGolden("info-sequence.json", r.out);
-  r = Run({"info", "--json", "plain.bin", "junk.SQ4"});
-  EXPECT_EQ(r.status, 1);
-  n4tooltest::ExpectGolden("info-riff-and-damaged.json", r.out);
+  ExpectTranscript("info.transcript",
+                   {{"info", "golden.SQ4"}, {"info", "--json", "s.SQ4"}, {"info", "--json", "plain.bin", "junk.SQ4"}});
 }
 
 TEST_F(ToolTest, CompressReportsEveryFrameAndKeepsThePixels) {
