@@ -46,6 +46,7 @@ inline std::vector<CaseRow> ReadCases(const std::string& name) {
   std::istringstream in(ReadFile(std::string(N4_TEST_DATA_DIR) + "/" + name));
   std::vector<CaseRow> rows;
   for (std::string line; std::getline(in, line);) {
+    if (!line.empty() && line.back() == '\r') line.pop_back();  // a checkout with CRLF line ends
     if (line.empty() || line[0] == '#') continue;
     CaseRow row;
     std::size_t start = 0;
