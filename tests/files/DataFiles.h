@@ -1,7 +1,7 @@
 // Test data kept under tests/data: golden files, and cases kept as
-// tab-separated rows, one case a line,
-// fields with C escapes (\r \n \t \0 \\ \xHH) so that any bytes can be
-// written, "\N" for a null pointer, lines starting with '#' for notes.
+// tab-separated rows: one case a line, fields with C escapes (\r \n \t \0
+// \\ \xHH) so that any bytes can be written, "\N" for a null pointer, lines
+// starting with '#' for notes.
 #pragma once
 
 #include <gtest/gtest.h>
