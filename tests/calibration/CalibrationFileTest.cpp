@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "files/DataFiles.h"
 #include "n4file/Calibration.h"
 #include "script/FullDiskEnv.h"
 #include "support/TestSupport.h"
@@ -14,13 +15,6 @@ namespace {
 
 using n4test::ReadFile;
 using n4test::WriteFile;
-
-template <typename T>
-T At(const std::string& bytes, std::size_t offset) {
-  T value{};
-  std::memcpy(&value, bytes.data() + offset, sizeof value);
-  return value;
-}
 
 // The 54 header bytes of a bitmap, little-endian, with the given fields.
 std::string Headers(WORD type, LONG width, LONG height, WORD bitCount) {
@@ -54,20 +48,9 @@ TEST(CalibrationFile, WritesHeadersAndDataWithThePatchedFileHeader) {
   f.Close();
   EXPECT_EQ(f.IsOpen(), 0);
 
-  const std::string bytes = ReadFile(path);
-  ASSERT_EQ(bytes.size(), 654u);
-  EXPECT_EQ(At<WORD>(bytes, 0), 0x4D42);
-  EXPECT_EQ(At<DWORD>(bytes, 2), 654u);
-  EXPECT_EQ(At<DWORD>(bytes, 6), 0u);  // both reserved words
-  EXPECT_EQ(At<DWORD>(bytes, 10), 54u);
-  EXPECT_EQ(At<DWORD>(bytes, 14), 40u);
-  EXPECT_EQ(At<LONG>(bytes, 18), 20);
-  EXPECT_EQ(At<LONG>(bytes, 22), 10);
-  EXPECT_EQ(At<WORD>(bytes, 26), 1);
-  EXPECT_EQ(At<WORD>(bytes, 28), 24);
-  EXPECT_EQ(At<DWORD>(bytes, 30), 0u);  // no compression
-  EXPECT_EQ(At<LONG>(bytes, 38), 77);
-  EXPECT_EQ(bytes.substr(54), std::string(600, '\5'));  // the data as it stands, right after the headers
+  // Headers of a 24-bit bottom-up bitmap, sized 654 with no compression,
+  // then the data as it stands; the longer old content is gone.
+  n4test::ExpectGolden("calibration/face-10x20.CA4", ReadFile(path));
   BITMAPFILEHEADER fh{};
   f.GetFileHeader(&fh);
   EXPECT_EQ(DWORD{fh.bfSize}, 654u);  // the header read back and patched
@@ -237,37 +220,23 @@ TEST(CalibrationFile, OpenKeepsTheCauseOfAFailureAndSharesWithNoOne) {
 }
 
 TEST(CalibrationFileEx, OpenModes) {
-  struct Case {
-    int existing, truncate, readOnly;
-    bool exists;
-    int result;
-    const char* after;  // content afterwards, null: no file
-  } cases[] = {
-      {0, 0, 1, false, 0, nullptr},  // refused without touching the disk
-      {0, 1, 1, true, 0, "old"},
-      {1, 0, 1, true, 1, "old"},
-      {1, 0, 1, false, 0, nullptr},
-      {0, 0, 0, true, 1, ""},
-      {0, 0, 0, false, 1, ""},
-      {1, 0, 0, true, 1, "old"},
-      {1, 0, 0, false, 0, nullptr},
-      {1, 1, 0, true, 1, ""},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(testing::Message() << c.existing << c.truncate << c.readOnly << c.exists);
+  for (const auto& c : n4test::ReadCases("calibration/open-modes.tsv")) {
+    SCOPED_TRACE(c[0].text + c[1].text + c[2].text + c[3].text);
     n4test::TempDir dir;
     const std::string path = dir.File("x.CA4");
-    if (c.exists) WriteFile(path, "old");
+    if (c[3].text == "1") WriteFile(path, "old");
     CN4FileCalibrationEx f(1, 1);
-    EXPECT_EQ(f.Open(path.c_str(), c.existing, c.truncate, c.readOnly), c.result);
-    EXPECT_EQ(f.IsOpen(), c.result);
+    const int result = std::stoi(c[4].text);
+    EXPECT_EQ(f.Open(path.c_str(), std::stoi(c[0].text), std::stoi(c[1].text), std::stoi(c[2].text)), result);
+    EXPECT_EQ(f.IsOpen(), result);
     f.Close();
-    EXPECT_EQ(n4test::Exists(path), c.after != nullptr);
-    if (c.after) {
-      EXPECT_EQ(ReadFile(path), c.after);
+    EXPECT_EQ(n4test::Exists(path), !c[5].null);
+    if (!c[5].null) {
+      EXPECT_EQ(ReadFile(path), c[5].text);
     }
   }
 }
+
 
 TEST(CalibrationBuffer, RefusedSizesAndNormalisedHeaders) {
   CN4FileCalibration f(2, 3);

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "calibration/CalibrationDate.h"
+#include "files/DataFiles.h"
 #include "n4file/Calibration.h"
 #include "registry/RegistryTestEnv.h"
 
@@ -55,21 +56,10 @@ class CalibrationNamesTest : public ::testing::Test {
 TEST_F(CalibrationNamesTest, DateTextAndFaceLabels) {
   SetUpRegistry();
   FixedDate date(15, 3, 2001);
-  struct Case {
-    int face;
-    const char* language;
-    const char* expected;
-  } cases[] = {
-      {1, nullptr, "MAIN.15Mar01.FA.R01.CA4"},   {2, "English", "MAIN.15Mar01.FB.R01.CA4"},
-      {8, nullptr, "MAIN.15Mar01.FH.R01.CA4"},   {9, nullptr, "MAIN.15Mar01.F9.R01.CA4"},
-      {0, nullptr, "MAIN.15Mar01.F0.R01.CA4"},   {-1, nullptr, "MAIN.15Mar01.F-1.R01.CA4"},
-      {2, "Deutsch", "MAIN.15Mrz01.FB.R01.CA4"},
-      // A language without the key: the month number in the middle field.
-      {2, "Svenska", "MAIN.15_03_01.FB.R01.CA4"},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(testing::Message() << c.face << " " << (c.language ? c.language : "(null)"));
-    EXPECT_EQ(NewName("MAIN", c.face, c.language), c.expected);
+  // A language without the key gives the month number in the middle field.
+  for (const auto& c : n4test::ReadCases("calibration/new-names.tsv")) {
+    SCOPED_TRACE(c[0].text + " " + c[1].text);
+    EXPECT_EQ(NewName("MAIN", std::stoi(c[0].text), c[1].c_str()), c[2].text);
   }
   FixedDate otherDay(5, 12, 1999);
   SetUpRegistry(false);

@@ -6,32 +6,17 @@
 #include <numeric>
 #include <vector>
 
+#include "files/DataFiles.h"
 #include "n4file/Calibration.h"
 
 namespace {
 
 TEST(CalibrationPixelOffset, PackedAddressingWithItsSignRules) {
-  struct Case {
-    CPoint pt;
-    CSize size;
-    int expected;
-  } cases[] = {
-      {{0, 1}, {3, 2}, 9},   // packed: no row padding although the file pads
-      {{2, 1}, {3, 2}, 15},
-      {{3, 0}, {3, 2}, -1},  // x past the face
-      {{0, 2}, {3, 2}, -1},  // y past the face
-      {{-1, 1}, {10, 5}, 27},  // negative x runs back into the row before
-      {{-1, 0}, {10, 5}, -1},  // negative result
-      {{0, -1}, {10, 5}, -1},
-      {{INT_MAX - 1, INT_MAX - 1}, {INT_MAX, INT_MAX}, -1},  // beyond int: refused
-      {{0, 1000}, {1000000, 1000000}, -1},
-      {{INT_MIN, INT_MIN}, {INT_MIN + 1, INT_MIN + 1}, -1},
-      {{INT_MIN, 1}, {INT_MAX, 5}, -1},
-  };
-  for (auto& c : cases) {
-    SCOPED_TRACE(testing::Message() << "pt " << c.pt.x << "," << c.pt.y << " size " << c.size.cx
-                                    << "x" << c.size.cy);
-    EXPECT_EQ(CN4FileCalibration::GetPixelOffset(&c.pt, &c.size), c.expected);
+  for (const auto& c : n4test::ReadCases("calibration/pixel-offsets.tsv")) {
+    SCOPED_TRACE(c[0].text + "," + c[1].text + " on " + c[2].text + "x" + c[3].text);
+    CPoint pt(std::stoi(c[0].text), std::stoi(c[1].text));
+    CSize face(std::stoi(c[2].text), std::stoi(c[3].text));
+    EXPECT_EQ(CN4FileCalibration::GetPixelOffset(&pt, &face), std::stoi(c[4].text));
   }
   CPoint pt;
   CSize size(3, 2);
@@ -39,20 +24,10 @@ TEST(CalibrationPixelOffset, PackedAddressingWithItsSignRules) {
   EXPECT_EQ(CN4FileCalibration::GetPixelOffset(&pt, nullptr), -1);
 }
 
-TEST(CalibrationPixel, StoresComponentsReversedAndNeedsTheWholePixelInside) {
+// The order of the components is checked through the module copies.
+TEST(CalibrationPixel, NeedsTheWholePixelInside) {
   CSize face(3, 2);
-  std::vector<unsigned char> buffer(24, 0);
-  CPoint pt(0, 1);
-  ASSERT_EQ(CN4FileCalibration::SetPixelData(&pt, 1, 2, 3, &face, buffer.data(), 24), 1);
-  EXPECT_EQ(buffer[9], 3);
-  EXPECT_EQ(buffer[10], 2);
-  EXPECT_EQ(buffer[11], 1);
   unsigned char a = 0, b = 0, c = 0;
-  ASSERT_EQ(CN4FileCalibration::GetPixelData(&pt, &a, &b, &c, &face, buffer.data(), 24), 1);
-  EXPECT_EQ(a, 1);
-  EXPECT_EQ(b, 2);
-  EXPECT_EQ(c, 3);
-
   // Pixel (2, 1) starts at 15: it fits 18 bytes, not 16 or 17, where only
   // its first byte would be inside.
   CPoint last(2, 1);
@@ -111,37 +86,19 @@ TEST(CalibrationModule, StopsAtTheFirstPixelOffTheFaceKeepingThoseBefore) {
 
 TEST(CalibrationModule, HostileRectanglesNeverLeaveTheBuffers) {
   CSize face(5, 3);
-  struct Case {
-    CRect area;
-    int expected;
-  } cases[] = {
-      {{-3, 0, 2, 1}, -1},                       // the first pixels have negative offsets
-      {{0, -1, 2, 1}, -1},
-      {{3, 0, 1, 2}, 0},                         // inverted width: (-48 + 31) / 32 is 0
-      {{4, 0, 1, 1}, -4},                        // inverted by 3: need -4, nothing walked
-      {{0, 2, 5, 1}, -16},                       // inverted height
-      {{0, 0, 5, 4}, -1},                        // a row past the face
-      {{INT_MIN, INT_MIN, INT_MAX, INT_MAX}, -1},  // need beyond int
-      {{0, 0, INT_MAX, 1}, -1},
-      {{INT_MAX - 1, 0, INT_MAX, 1}, -1},
-      {{0, INT_MIN, 0, INT_MAX}, 0},             // no pixels in four billion rows
-      {{2, INT_MIN, 1, INT_MAX}, 0},
-      {{0, INT_MIN, 1, INT_MAX}, -1},
-      {{0, 0, 5, 3}, 48},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(testing::Message() << c.area.left << "," << c.area.top << "," << c.area.right << ","
-                                    << c.area.bottom);
+  for (const auto& c : n4test::ReadCases("calibration/module-rectangles.tsv")) {
+    SCOPED_TRACE(c[0].text + "," + c[1].text + "," + c[2].text + "," + c[3].text);
     // Exact-size buffers so that AddressSanitizer sees any stray byte.
     std::vector<unsigned char> dest(45, 0);
     std::vector<unsigned char> src(64, 7);
-    CRect area = c.area;
+    CRect area(std::stoi(c[0].text), std::stoi(c[1].text), std::stoi(c[2].text), std::stoi(c[3].text));
+    const int expected = std::stoi(c[4].text);
     EXPECT_EQ(CN4FileCalibration::SetModuleData(&area, src.data(), src.size(), &face, dest.data(),
                                                 dest.size()),
-              c.expected);
+              expected);
     EXPECT_EQ(CN4FileCalibration::GetModuleData(&area, src.data(), src.size(), &face, dest.data(),
                                                 dest.size()),
-              c.expected);
+              expected);
   }
 }
 

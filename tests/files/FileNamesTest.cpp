@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "DataFiles.h"
 #include "n4file/Files.h"
 
 namespace {
@@ -74,27 +75,13 @@ TEST(FileNames, FileKindsAndExtensionsPairUp) {
 }
 
 TEST(FileNames, ValidTechnologyPairs) {
-  // Pixel technologies (index 0 to 3) each colour allows.
-  const char* allowed[16] = {
-      "1111",  // Mono1: any
-      "0100",  // Quad16
-      "0001",  // Tri3
-      "0100",  // Quad256
-      "1101",  // Mono4: all but R
-      "0100",  // Quad64K
-      "1101",  // Mono16
-      "0001",  // Tri256
-      "0100",  // Quad16M
-      "0001", "0001", "0001",  // RGB64, RGB4K, RGB16M
-      "1101",                  // Mono64
-      "0001", "0001",          // RGB32KB, RGB16MB
-      "0000",                  // 15: no technology
-  };
+  const auto allowed = n4test::ReadCases("files/colour-pixel-pairs.tsv");
+  ASSERT_EQ(allowed.size(), 16u);
   CN4Files f;
   for (int c = 0; c < 16; ++c) {
     for (int p = 0; p < 4; ++p) {
       SCOPED_TRACE(testing::Message() << "colour " << c << " pixel " << p);
-      const int expected = allowed[c][p] - '0';
+      const int expected = allowed[c][1].text.at(p) - '0';
       EXPECT_EQ(CN4Files::IsColorAndPixelTechValid(Color(c), Pixel(p)), expected);
       f.IntToColorTech(c);
       f.PixelTechToString(Pixel(p));

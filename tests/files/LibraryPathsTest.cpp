@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <string>
 
+#include "DataFiles.h"
 #include "n4file/Files.h"
 #include "platform/Env.h"
 
@@ -49,30 +50,14 @@ TEST(LibraryPaths, BuildPathComposesTheSchemeOrNothing) {
             "D:\\Shows" + Native("/8x32.Quad16.I.Sign/News.Lib/Top.SC4"));
   EXPECT_EQ(f.GetFccType(), kScpt);
 
-  const struct {
-    const char* what;
-    std::string share;
-    DWORD rows, cols;
-    int color, pixel;
-    std::string library, file, extension;
-  } refused[] = {
-      {"no share dir", "", 16, 80, 0, 1, "L", "F", "SQ4"},
-      {"no rows", "S", 0, 80, 0, 1, "L", "F", "SQ4"},
-      {"no columns", "S", 16, 0, 0, 1, "L", "F", "SQ4"},
-      {"pixel 4", "S", 16, 80, 0, 4, "L", "F", "SQ4"},
-      {"pixel -1", "S", 16, 80, 0, -1, "L", "F", "SQ4"},
-      {"no library", "S", 16, 80, 0, 1, "", "F", "SQ4"},
-      {"no file", "S", 16, 80, 0, 1, "L", "", "SQ4"},
-      {"no extension", "S", 16, 80, 0, 1, "L", "F", ""},
-  };
-  for (const auto& r : refused) {
-    SCOPED_TRACE(r.what);
+  for (const auto& r : n4test::ReadCases("files/refused-builds.tsv")) {
+    SCOPED_TRACE(r[0].text);
     f.BuildPath("D:\\Shows", 16, 80, Mono1, PixelTechI, "Weather", "Rain", "SQ4");
-    EXPECT_EQ(f.BuildPath(r.share, r.rows, r.cols, Color(r.color), Pixel(r.pixel), r.library,
-                          r.file, r.extension),
+    EXPECT_EQ(f.BuildPath(r[1].text, std::stoul(r[2].text), std::stoul(r[3].text), Color(std::stoi(r[4].text)),
+                          Pixel(std::stoi(r[5].text)), r[6].text, r[7].text, r[8].text),
               "");
     EXPECT_EQ(f.GetPath(), "");
-    EXPECT_EQ(f.GetExtension(), r.extension);
+    EXPECT_EQ(f.GetExtension(), r[8].text);
     EXPECT_EQ(f.GetLibrary(), "Weather");
   }
   // Sizes are unsigned, and the sign name alone is rebuilt from the fields.
@@ -135,38 +120,13 @@ TEST(LibraryPaths, EveryPathBuildPathMakesParsesBack) {
 }
 
 TEST(LibraryPaths, ForeignPathsFailAndChangeNothing) {
-  const char* foreign[] = {
-      "",
-      "Rain.SQ4",
-      "Weather.Lib\\Rain.SQ4",
-      "16x80.Mono1.I.Sign\\Weather.Lib\\Rain.SQ4",    // no share dir
-      "\\16x80.Mono1.I.Sign\\Weather.Lib\\Rain.SQ4",  // empty share dir
-      "S\\16x80.Mono1.I\\Weather.Lib\\Rain.SQ4",
-      "S\\16x80.Mono1.I.Sign\\Weather\\Rain.SQ4",
-      "S\\16x80.Mono1.I.Sign\\.Lib\\Rain.SQ4",
-      "S\\16x80.Mono1.I.Sign\\Weather.Lib\\Rain",
-      "S\\16x80.Mono1.I.Sign\\Weather.Lib\\Rain.",
-      "S\\16x80.Mono1.I.Sign\\Weather.Lib\\.SQ4",
-      "S\\16x80.Mono1.I.Sign\\Weather.Lib\\",
-      "S\\16x80.Mono2.I.Sign\\Weather.Lib\\Rain.SQ4",
-      "S\\16x80.Mono1.X.Sign\\Weather.Lib\\Rain.SQ4",
-      "S\\16x80.Mono1.Sign\\Weather.Lib\\Rain.SQ4",
-      "S\\16x80.Mono1.I.x.Sign\\Weather.Lib\\Rain.SQ4",
-      "S\\0x80.Mono1.I.Sign\\Weather.Lib\\Rain.SQ4",
-      "S\\16x0.Mono1.I.Sign\\Weather.Lib\\Rain.SQ4",
-      "S\\16x.Mono1.I.Sign\\Weather.Lib\\Rain.SQ4",
-      "S\\-16x80.Mono1.I.Sign\\Weather.Lib\\Rain.SQ4",
-      "S\\16*80.Mono1.I.Sign\\Weather.Lib\\Rain.SQ4",
-      "S\\4294967296x1.Mono1.I.Sign\\Weather.Lib\\Rain.SQ4",
-      "S\\Pallete.Mono1.I.Sign\\Weather.Lib\\Rain.SQ4",
-  };
   CN4Files f;
   const std::string good = f.BuildPath("D:\\Shows", 16, 80, Mono4, PixelTechL, "Weather", "Rain", "SQ4");
   f.ExtensionToFourcc();
   const Fields before = FieldsOf(f);
-  for (const char* path : foreign) {
-    SCOPED_TRACE(path);
-    EXPECT_EQ(f.ParsePath(path), 0);
+  for (const auto& path : n4test::ReadCases("files/foreign-paths.tsv")) {
+    SCOPED_TRACE(path[0].text);
+    EXPECT_EQ(f.ParsePath(path[0].text), 0);
     EXPECT_EQ(FieldsOf(f), before);
     EXPECT_EQ(f.GetPath(), good);
   }
@@ -201,31 +161,9 @@ TEST(LibraryPaths, AbbreviationKeepsTheRootAndTheLastNames) {
   const std::string path = "C:\\Shows\\16x80.Mono1.I.Sign\\Weather.Lib\\Rain.SQ4";
   ASSERT_EQ(f.ParsePath(path), 1);
   ASSERT_EQ(path.size(), 48u);
-  const struct {
-    int max;
-    const char* expected;
-  } cases[] = {
-      {100, "C:\\Shows\\16x80.Mono1.I.Sign\\Weather.Lib\\Rain.SQ4"},
-      {48, "C:\\Shows\\16x80.Mono1.I.Sign\\Weather.Lib\\Rain.SQ4"},
-      {47, "C:\\...\\16x80.Mono1.I.Sign\\Weather.Lib\\Rain.SQ4"},
-      {46, "C:\\...\\16x80.Mono1.I.Sign\\Weather.Lib\\Rain.SQ4"},
-      {45, "...\\16x80.Mono1.I.Sign\\Weather.Lib\\Rain.SQ4"},
-      {43, "...\\16x80.Mono1.I.Sign\\Weather.Lib\\Rain.SQ4"},
-      {42, "C:\\...\\Weather.Lib\\Rain.SQ4"},
-      {27, "C:\\...\\Weather.Lib\\Rain.SQ4"},
-      {26, "...\\Weather.Lib\\Rain.SQ4"},
-      {24, "...\\Weather.Lib\\Rain.SQ4"},
-      {23, "C:\\...\\Rain.SQ4"},
-      {15, "C:\\...\\Rain.SQ4"},
-      {14, "...\\Rain.SQ4"},
-      {12, "...\\Rain.SQ4"},
-      {11, "Rain.SQ4"},
-      {0, "Rain.SQ4"},
-      {-5, "Rain.SQ4"},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.max);
-    EXPECT_EQ(f.GetAbbreviatedPath(c.max), c.expected);
+  for (const auto& c : n4test::ReadCases("files/abbreviations.tsv")) {
+    SCOPED_TRACE(c[0].text);
+    EXPECT_EQ(f.GetAbbreviatedPath(std::stoi(c[0].text)), c[1].text);
   }
   f.ParsePath("/srv/shows/16x80.Mono1.I.Sign/Weather.Lib/Rain.SQ4");
   EXPECT_EQ(f.GetAbbreviatedPath(25), "/.../Weather.Lib/Rain.SQ4");
@@ -234,23 +172,10 @@ TEST(LibraryPaths, AbbreviationKeepsTheRootAndTheLastNames) {
 }
 
 TEST(LibraryPaths, RelativeAndFullPathsAreInverse) {
-  const struct {
-    const char* path;
-    const char* base;
-    const char* relative;
-  } cases[] = {
-      {"C:\\Shows\\16x80.Mono1.I.Sign\\A.Lib\\x.SQ4", "C:\\Shows\\16x80.Mono1.I.Sign\\B.Lib",
-       "..\\A.Lib\\x.SQ4"},
-      {"C:\\Shows\\A.Lib\\x.SQ4", "C:\\Other\\Deep\\Dir\\", "..\\..\\..\\Shows\\A.Lib\\x.SQ4"},
-      {"C:\\Shows", "C:\\Shows", "."},
-      {"/srv/shows/a/x.SQ4", "/srv/other", "../shows/a/x.SQ4"},
-      {"\\\\srv\\share\\a\\x.SQ4", "\\\\srv\\share\\b", "..\\a\\x.SQ4"},
-      {"rel\\a\\x.SQ4", "rel\\b", "..\\a\\x.SQ4"},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.path);
-    EXPECT_EQ(CN4Files::GetRelPath(c.path, c.base), c.relative);
-    EXPECT_EQ(CN4Files::GetFullPath(c.relative, c.base), c.path);
+  for (const auto& c : n4test::ReadCases("files/relative-paths.tsv")) {
+    SCOPED_TRACE(c[0].text);
+    EXPECT_EQ(CN4Files::GetRelPath(c[0].text, c[1].text), c[2].text);
+    EXPECT_EQ(CN4Files::GetFullPath(c[2].text, c[1].text), c[0].text);
   }
   // Names and roots compare without regard to case; the path keeps its own.
   EXPECT_EQ(CN4Files::GetRelPath("C:\\Shows\\A.Lib\\x.SQ4", "c:\\shows"), "A.Lib\\x.SQ4");

@@ -9,6 +9,7 @@
 #include "profile/Profile.h"
 #include "profile/ProfileCache.h"
 #include "profile/ProfileText.h"
+#include "files/DataFiles.h"
 #include "support/TestSupport.h"
 
 namespace {
@@ -44,39 +45,10 @@ class ProfileTest : public ::testing::Test {
 
 // Awkward files: how they read.
 TEST_F(ProfileTest, ReadsAwkwardFiles) {
-  const struct {
-    const char* name;
-    std::string file;
-    const char* section;
-    const char* key;
-    const char* expected;
-  } cases[] = {
-      {"crlf", "[A]\r\nk=v\r\n", "A", "k", "v"},
-      {"lone cr", "[A]\rk=v\rj=w", "a", "J", "w"},
-      {"blanks around names", "  [ Sec One ]  \n  Key Name  =  some value  \n", "sec one", " key name ", "some value"},
-      {"double quotes", "[A]\nk= \" spaced \" \n", "A", "k", " spaced "},
-      {"single quotes", "[A]\nk='x'\n", "A", "k", "x"},
-      {"mismatched quotes kept", "[A]\nk=\"x'\n", "A", "k", "\"x'"},
-      {"one quote kept", "[A]\nk=\"\n", "A", "k", "\""},
-      {"empty value is not the default", "[A]\nk=\n", "A", "k", ""},
-      {"first duplicate section", "[A]\nk=1\n[B]\n[a]\nk=2\nj=3\n", "A", "k", "1"},
-      {"duplicate section is not merged", "[A]\nk=1\n[a]\nj=3\n", "A", "j", "<default>"},
-      {"first duplicate key", "[A]\nk=1\nK=2\n", "A", "k", "1"},
-      {"keys before any section", "k=top\n[A]\nk=a\n", "", "k", "top"},
-      {"keys before any section win over []", "k=top\n[]\nk=later\n", "", "k", "top"},
-      {"comment is no key", "[A]\n;k=1\nk=2\n", "A", "k", "2"},
-      {"inline semicolon is value", "[A]\nk=v ; note\n", "A", "k", "v ; note"},
-      {"line without = is no key", "[A]\nk\nk=2\n", "A", "k", "2"},
-      {"unclosed header is no header", "[A]\n[NoClose\nk=1\n", "A", "k", "1"},
-      {"header to last bracket", "[a]b] tail\nk=1\n", "a]b", "k", "1"},
-      {"missing final newline", "[A]\nk=last", "A", "k", "last"},
-      {"value with = kept", "[A]\nk=a=b\n", "A", "k", "a=b"},
-      {"missing key gives default", "[A]\n", "A", "k", "<default>"},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.name);
-    Put(c.file);
-    EXPECT_EQ(Get(c.section, c.key), c.expected);
+  for (const auto& c : n4test::ReadCases("profile/reads.tsv")) {
+    SCOPED_TRACE(c[0].text);
+    Put(c[1].text);
+    EXPECT_EQ(Get(c[2].c_str(), c[3].c_str()), c[4].text);
   }
 }
 
@@ -121,71 +93,23 @@ TEST_F(ProfileTest, SectionReadsListLinesAndCutToFit) {
 
 // Writes change only what they must: exact resulting bytes.
 TEST_F(ProfileTest, WritesInPlace) {
-  const char* kNull = nullptr;
-  const struct {
-    const char* name;
-    std::string before;
-    const char* section;
-    const char* key;
-    const char* value;
-    std::string after;
-  } cases[] = {
-      {"replace keeps the rest", "; top\r\n[A]\r\n  Key = old ; x\r\nz=1\r\n", "a", "KEY", "new",
-       "; top\r\n[A]\r\nKey=new\r\nz=1\r\n"},
-      {"new key after trailing comment", "[A]\nk=1\n; end of A\n\n[B]\n", "A", "j", "2",
-       "[A]\nk=1\n; end of A\nj=2\n\n[B]\n"},
-      {"new key without final newline", "[A]\nk=1", "A", "j", "2", "[A]\nk=1\nj=2\n"},
-      {"new key in empty section", "[A]\n\n[B]\n", "A", "j", "2", "[A]\nj=2\n\n[B]\n"},
-      {"new key in header-only file", "[A]", "A", "j", "2", "[A]\r\nj=2\r\n"},
-      {"new section at the end", "[A]\r\nk=1\r\n", "B", "j", "2", "[A]\r\nk=1\r\n\r\n[B]\r\nj=2\r\n"},
-      {"new section after blank", "[A]\nk=1\n\n", "B", "j", "2", "[A]\nk=1\n\n[B]\nj=2\n"},
-      {"new section, no final newline", "[A]\nk=1", " B ", " j ", "2", "[A]\nk=1\n\n[B]\nj=2\n"},
-      {"new file", "", "S", "k", "v", "[S]\r\nk=v\r\n"},
-      {"first of duplicates", "[A]\nk=1\n[A]\nk=2\n", "A", "k", "3", "[A]\nk=3\n[A]\nk=2\n"},
-      {"keys before any section", "k=1\n[A]\n", "", "k", "2", "k=2\n[A]\n"},
-      {"value written as given", "[A]\n", "A", "k", " \"q\" ", "[A]\nk= \"q\" \n"},
-      {"unchanged value", "[A]\n k = v \n", "A", "k", "v", "[A]\n k = v \n"},
-      {"delete key", "[A]\r\nk=1\r\nj=2\r\n", "A", "K", kNull, "[A]\r\nj=2\r\n"},
-      {"delete last key without newline", "[A]\nj=2\nk=1", "A", "k", kNull, "[A]\nj=2\n"},
-      {"delete missing key", "[A]\nj=2\n", "A", "k", kNull, "[A]\nj=2\n"},
-      {"delete section", "[A]\nk=1\n; c\n\n[B]\nj=2\n", "a", kNull, kNull, "[B]\nj=2\n"},
-      {"delete first duplicate section", "[A]\nk=1\n[B]\n[A]\nk=2\n", "A", kNull, kNull, "[B]\n[A]\nk=2\n"},
-      {"delete missing section", "[A]\n", "B", kNull, kNull, "[A]\n"},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.name);
-    if (c.before.empty()) {
+  for (const auto& c : n4test::ReadCases("profile/writes.tsv")) {
+    SCOPED_TRACE(c[0].text);
+    if (c[1].text.empty()) {
       std::remove(Path().c_str());
       n4::ProfileCache::Instance().Forget(Path());
     } else {
-      Put(c.before);
+      Put(c[1].text);
     }
-    EXPECT_EQ(n4::ProfileWriteString(c.section, c.key, c.value, Path()), 1);
-    EXPECT_EQ(ReadFile(Path()), c.after);
+    EXPECT_EQ(n4::ProfileWriteString(c[2].c_str(), c[3].c_str(), c[4].c_str(), Path()), 1);
+    EXPECT_EQ(ReadFile(Path()), c[5].text);
   }
-}
-
-TEST_F(ProfileTest, SectionWritesReplaceTheContent) {
-  const struct {
-    const char* name;
-    std::string before;
-    const char* section;
-    std::string lines;  // zero-separated
-    std::string after;
-  } cases[] = {
-      {"replace", "[A]\r\nk=1\r\n; c\r\nj=2\r\n\r\n[B]\r\n", "a", std::string("x=9\0y\0", 6),
-       "[A]\r\nx=9\r\ny\r\n\r\n[B]\r\n"},
-      {"clear keeps header", "[A]\nk=1\n[B]\nj=2\n", "A", "", "[A]\n[B]\nj=2\n"},
-      {"clear missing section adds nothing", "[A]\n", "B", "", "[A]\n"},
-      {"new section", "[A]\n", "B", std::string("x=1\0", 4), "[A]\n\n[B]\nx=1\n"},
-      {"header at end without newline", "[A]", "A", std::string("x=1\0", 4), "[A]\r\nx=1\r\n"},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.name);
-    Put(c.before);
-    std::string list = c.lines + std::string(2, '\0');
-    EXPECT_EQ(n4::ProfileWriteSection(c.section, list.c_str(), Path()), 1);
-    EXPECT_EQ(ReadFile(Path()), c.after);
+  for (const auto& c : n4test::ReadCases("profile/section-writes.tsv")) {
+    SCOPED_TRACE(c[0].text);
+    Put(c[1].text);
+    const std::string lines = c[3].text + std::string(2, '\0');
+    EXPECT_EQ(n4::ProfileWriteSection(c[2].c_str(), lines.c_str(), Path()), 1);
+    EXPECT_EQ(ReadFile(Path()), c[4].text);
   }
 }
 

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "files/DataFiles.h"
 #include "registry/RegFormat.h"
 #include "registry/Utf16.h"
 #include "RegistryTestEnv.h"
@@ -8,8 +9,6 @@ namespace {
 
 using n4::RegKey;
 using n4::RegValue;
-
-const std::string kProduct = "HKEY_LOCAL_MACHINE\\SOFTWARE\\Korvandexa\\Lyrae4000\\V5.0";
 
 std::vector<std::string> Split(const std::string& path) {
   std::vector<std::string> parts;
@@ -39,68 +38,16 @@ void ExpectValue(RegKey& top, const std::string& key, const std::string& name, D
   EXPECT_EQ(v->data, data);
 }
 
-TEST(RegFormat, ReadsAWindowsExportWithEveryValueType) {
-  RegKey top;
-  std::string error;
-  ASSERT_TRUE(n4::ParseRegFile(n4test::ReadFile(n4test::FixturePath("windows-export.reg")), &top,
-                               &error))
-      << error;
-  const std::string files = kProduct + "\\File Locations";
-  const std::string signs = kProduct + "\\Sign Control";
-  ExpectValue(top, kProduct, "", REG_SZ, WideZ("Lyrae 4000"));
-  ExpectValue(top, files, "DataPath", REG_SZ, WideZ("D:\\N4000\\Data\\"));
-  ExpectValue(top, files, "Banner", REG_SZ, WideZ("say \"hi\" to \\\\server"));
-  ExpectValue(top, kProduct + "\\Français\\Date Names", "Month_Abbr8", REG_SZ, WideZ("août"));
-  ExpectValue(top, signs, "PollInterval", REG_DWORD, std::string("\xe8\x03\0\0", 4));
-  std::string table;
-  for (int b = 0; b < 256; b += 4) table += static_cast<char>(b);
-  ExpectValue(top, signs, "ColorTable", REG_BINARY, table);
-  ExpectValue(top, signs, "SearchPath", REG_EXPAND_SZ, WideZ("%SystemRoot%\\N4"));
-  ExpectValue(top, signs, "Servers", REG_MULTI_SZ, Wide(std::string("alpha\0beta\0\0", 12)));
-  ExpectValue(top, signs, "Counter", REG_QWORD, std::string("\1\0\0\0\0\0\0\0", 8));
-  ExpectValue(top, signs, "Empty", REG_SZ, WideZ(""));
-  ExpectValue(top, signs, "Nothing", REG_NONE, "");
-  // Names match without regard to case, as in the registry.
-  ExpectValue(top, "hkey_local_machine\\software\\KORVANDEXA\\lyrae4000\\v5.0\\grouping",
-              "DATABASE", REG_SZ, WideZ("Signs.mdb"));
-}
-
-TEST(RegFormat, WritesAWindowsExportBackByteForByte) {
-  const std::string original = n4test::ReadFile(n4test::FixturePath("windows-export.reg"));
-  RegKey top;
-  ASSERT_TRUE(n4::ParseRegFile(original, &top, nullptr));
-  EXPECT_EQ(n4::FormatRegFile(top), original);
-}
-
 TEST(RegFormat, ImportsARegedit4FileAsTheEditorWould) {
   RegKey top;
   std::string error;
   ASSERT_TRUE(n4::ParseRegFile(n4test::ReadFile(n4test::FixturePath("regedit4-import.reg")), &top,
                                &error))
       << error;
-  const std::string files = "HKEY_LOCAL_MACHINE\\Software\\Korvandexa\\Lyrae4000\\V5.0\\File Locations";
-  const std::string signs = "HKEY_LOCAL_MACHINE\\Software\\Korvandexa\\Lyrae4000\\V5.0\\Signs";
-  ExpectValue(top, files, "DataPath", REG_SZ, WideZ("/srv/n4000/data/"));
-  // A later section of another spelling adds to the same key and deletes from it.
-  EXPECT_EQ(Value(top, files, "Obsolete"), nullptr);
-  ExpectValue(top, files, "ExePath", REG_SZ, WideZ("/opt/n4000/bin"));
-  EXPECT_EQ(top.Find(Split(files))->name(), "File Locations");
-  // 8-bit text types are widened to the UTF-16 the registry holds.
-  ExpectValue(top, files, "Path", REG_EXPAND_SZ, WideZ("%PATH%"));
-  ExpectValue(top, signs, "Count", REG_DWORD, std::string("\x2a\0\0\0", 4));
-  ExpectValue(top, signs, "Layout", REG_BINARY, "\1\2\3\4\5\6\7");
-  ExpectValue(top, signs, "", REG_SZ, WideZ("default"));
-  // Not UTF-8: the byte stands for its Latin-1 character.
-  ExpectValue(top, signs, "Label", REG_SZ, std::string("D\0\xe9\0c\0\0\0", 8));
-  EXPECT_EQ(top.Find(Split("HKEY_LOCAL_MACHINE\\Software\\Korvandexa\\Lyrae4000\\V5.0\\Stale")),
-            nullptr);
-
-  // Written in the current format, it reads back the same.
-  std::string written = n4::FormatRegFile(top);
-  RegKey again;
-  ASSERT_TRUE(n4::ParseRegFile(written, &again, &error)) << error;
-  EXPECT_EQ(n4::FormatRegText(again), n4::FormatRegText(top));
-  EXPECT_EQ(written.substr(0, 4), std::string("\xff\xfeW\0", 4));
+  // Sections of another spelling add to the same key and delete from it; 8-bit
+  // text types are widened to the UTF-16 the registry holds; bytes that are
+  // not UTF-8 stand for their Latin-1 characters.
+  n4test::ExpectGolden("registry/regedit4-import.expected", n4::FormatRegText(top));
 }
 
 TEST(RegFormat, EveryValueSurvivesAWriteAndRead) {
@@ -144,40 +91,11 @@ TEST(RegFormat, EveryValueSurvivesAWriteAndRead) {
 }
 
 TEST(RegFormat, RejectsDamagedFiles) {
-  const std::string head = "Windows Registry Editor Version 5.00\r\n\r\n[HKEY_CURRENT_USER\\k]\r\n";
-  const struct {
-    const char* what;
-    std::string bytes;
-  } cases[] = {
-      {"no header", "[HKEY_CURRENT_USER\\k]\r\n\"a\"=\"b\"\r\n"},
-      {"other header", "REGEDIT5\r\n"},
-      {"only blanks", "\r\n  \r\n"},
-      {"value before any key", "REGEDIT4\r\n\"a\"=\"b\"\r\n"},
-      {"unclosed key", "REGEDIT4\r\n[HKEY_CURRENT_USER\\k\r\n"},
-      {"empty key name", "REGEDIT4\r\n[HKEY_CURRENT_USER\\\\k]\r\n"},
-      {"unclosed value name", head + "\"a=\"b\"\r\n"},
-      {"unclosed text", head + "\"a\"=\"b\r\n"},
-      {"text after the text", head + "\"a\"=\"b\" c\r\n"},
-      {"no equals sign", head + "\"a\" \"b\"\r\n"},
-      {"bad hex byte", head + "\"a\"=hex:01,0g\r\n"},
-      {"three-digit byte", head + "\"a\"=hex:100\r\n"},
-      {"empty byte", head + "\"a\"=hex:01,,02\r\n"},
-      {"continued past the end", head + "\"a\"=hex:01,\\\r\n"},
-      {"long dword", head + "\"a\"=dword:123456789\r\n"},
-      {"empty dword", head + "\"a\"=dword:\r\n"},
-      {"bad type", head + "\"a\"=hex(x):00\r\n"},
-      {"unknown data", head + "\"a\"=qword:1\r\n"},
-      {"stray line", head + "junk\r\n"},
-      {"continued onto a blank line", head + "\"a\"=hex:01,\\\r\n  \r\n\"b\"=\"c\"\r\n"},
-      {"cut UTF-16", std::string("\xff\xfeR\0E\0G\0", 7)},
-      {"UTF-16 cut after a whole character", "\xff\xfe" + Wide(head + "\"a\"=\"b")},
-      {"big-endian UTF-16", std::string("\xfe\xff\0R\0E", 6)},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.what);
+  for (const auto& c : n4test::ReadCases("registry/damaged.tsv")) {
+    SCOPED_TRACE(c[0].text);
     RegKey top;
     std::string error;
-    EXPECT_FALSE(n4::ParseRegFile(c.bytes, &top, &error));
+    EXPECT_FALSE(n4::ParseRegFile(c[1].text, &top, &error));
     EXPECT_FALSE(error.empty());
   }
 }

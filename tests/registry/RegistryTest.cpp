@@ -7,6 +7,7 @@
 #include "registry/StoreSelection.h"
 #include "registry/RegFormat.h"
 #include "registry/Utf16.h"
+#include "files/DataFiles.h"
 #include "RegistryTestEnv.h"
 
 namespace {
@@ -31,14 +32,8 @@ class RegistryTest : public ::testing::Test {
   n4::ScopedEnv scoped_;
 };
 
-TEST(BuildRegistryKey, AppendsSectionAndSubkeyWhenGiven) {
-  EXPECT_EQ(CN4Registry::BuildRegistryKey(nullptr, nullptr), "Software\\Korvandexa\\Lyrae4000\\V5.0");
-  EXPECT_EQ(CN4Registry::BuildRegistryKey("File Locations", nullptr),
-            "Software\\Korvandexa\\Lyrae4000\\V5.0\\File Locations");
-  EXPECT_EQ(CN4Registry::BuildRegistryKey("English", "Date Names"),
-            "Software\\Korvandexa\\Lyrae4000\\V5.0\\English\\Date Names");
-  EXPECT_EQ(CN4Registry::BuildRegistryKey(nullptr, "Date Names"),
-            "Software\\Korvandexa\\Lyrae4000\\V5.0\\Date Names");
+TEST(BuildRegistryKey, AppendsASubkeyWithoutASection) {
+  EXPECT_EQ(CN4Registry::BuildRegistryKey(nullptr, "Date Names"), "Software\\Korvandexa\\Lyrae4000\\V5.0\\Date Names");
 }
 
 TEST_F(RegistryTest, ReadsAWindowsExportAndKeepsItWhenWritten) {
@@ -155,30 +150,18 @@ TEST_F(RegistryTest, StringBufferReadsAlwaysEndTerminated) {
 }
 
 TEST_F(RegistryTest, DataPathLosesOneTrailingSeparatorAndFallsBackToTheDefault) {
-  const struct {
-    const char* stored;
-    int result;
-    const char* path;
-  } cases[] = {
-      {"\"DataPath\"=\"D:\\\\Data\\\\\"", 1, "D:\\Data"},
-      {"\"DataPath\"=\"D:\\\\Data\\\\\\\\\"", 1, "D:\\Data\\"},
-      {"\"DataPath\"=\"/srv/n4000/\"", 1, "/srv/n4000"},
-      {"\"DataPath\"=\"/\"", 1, "/"},
-      {"\"DataPath\"=\"\"", 1, ""},
-      {"\"DataPath\"=dword:00000001", 0, CN4Registry::GetDefaultDirectory()},
-      {"\"DataPath\"=hex(2):44,00,3a,00,00,00", 0, CN4Registry::GetDefaultDirectory()},
-      {"\"Other\"=\"x\"", 0, CN4Registry::GetDefaultDirectory()},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.stored);
-    Machine(std::string(kV5) + "\\File Locations]\r\n" + c.stored + "\r\n");
+  for (const auto& c : n4test::ReadCases("registry/data-paths.tsv")) {
+    SCOPED_TRACE(c[0].text);
+    Machine(std::string(kV5) + "\\File Locations]\r\n" + c[0].text + "\r\n");
+    const int result = std::stoi(c[1].text);
+    const std::string path = c[2].text == "<default>" ? CN4Registry::GetDefaultDirectory() : c[2].text;
     char buf[261];
     std::strcpy(buf, "untouched");
-    EXPECT_EQ(CN4Registry::GetDataPath(buf, sizeof buf), c.result);
-    EXPECT_STREQ(buf, c.path);
+    EXPECT_EQ(CN4Registry::GetDataPath(buf, sizeof buf), result);
+    EXPECT_EQ(buf, path);
     std::string text = "untouched";
-    EXPECT_EQ(CN4Registry::GetDataPath(text), c.result);
-    EXPECT_EQ(text, c.path);
+    EXPECT_EQ(CN4Registry::GetDataPath(text), result);
+    EXPECT_EQ(text, path);
   }
   const bool windows = n4::Env::Default()->PathSeparator() == '\\';
   EXPECT_STREQ(CN4Registry::GetDefaultDirectory(), windows ? "C:\\N4000" : "/var/lib/n4000");
@@ -233,29 +216,16 @@ TEST_F(RegistryTest, KeyHandlingRefusesBadArgumentsAndClosesTheHeldKey) {
   EXPECT_EQ(CN4Registry::GetRegistryString(nullptr, "v", text), 0);
 }
 
-// Delegates to the file store but can refuse to close.
-class StubbornStore : public n4::RegistryStore {
+// The file store, but it can refuse to close.
+class StubbornStore : public n4::FileRegistryStore {
  public:
-  explicit StubbornStore(n4::RegistryStore* target) : target_(target) {}
-  LONG OpenKey(HKEY p, const std::string& s, DWORD a, HKEY* r) override { return target_->OpenKey(p, s, a, r); }
-  LONG CreateKey(HKEY p, const std::string& s, DWORD a, HKEY* r) override {
-    return target_->CreateKey(p, s, a, r);
-  }
-  LONG CloseKey(HKEY key) override { return refuseClose ? n4::kRegInvalidHandle : target_->CloseKey(key); }
-  LONG QueryValue(HKEY k, const std::string& n, DWORD* t, BYTE* d, DWORD* s) override {
-    return target_->QueryValue(k, n, t, d, s);
-  }
-  LONG SetValue(HKEY k, const std::string& n, DWORD t, const BYTE* d, DWORD s) override {
-    return target_->SetValue(k, n, t, d, s);
-  }
+  StubbornStore() : FileRegistryStore(n4::LocateRegistryFile) {}
+  LONG CloseKey(HKEY key) override { return refuseClose ? n4::kRegInvalidHandle : FileRegistryStore::CloseKey(key); }
   bool refuseClose = true;
-
- private:
-  n4::RegistryStore* target_;
 };
 
 TEST_F(RegistryTest, AFailedCloseKeepsTheHandle) {
-  StubbornStore store(n4::DefaultRegistryStore());
+  StubbornStore store;
   n4::ScopedRegistryStore scoped(&store);
   CN4Registry reg;
   ASSERT_EQ(reg.CreateUserRegistryKey("X"), 1);
@@ -342,38 +312,15 @@ TEST_F(RegistryTest, CreatesMissingDirectoriesAndRefusesUnwritableNames) {
   EXPECT_EQ(text, "one\r\ntwo");
 }
 
-}  // namespace
-
-namespace {
-
 // No registry directory set: the user's file goes to the configuration directory.
-class ConfigHomeEnv : public n4::EnvWrapper {
- public:
-  explicit ConfigHomeEnv(std::string config) : EnvWrapper(n4::Env::Default()), config_(std::move(config)) {}
-  std::string GetEnvironmentVariable(const std::string& name) override {
-    if (name == "N4_REGISTRY_DIR") return {};
-    if (name == "XDG_CONFIG_HOME") return config_;
-    return target()->GetEnvironmentVariable(name);
-  }
-
- private:
-  std::string config_;
-};
-
 TEST(RegistryDefaults, TheUserStoreLivesInTheConfigurationDirectory) {
   n4test::TempDir dir;
-  ConfigHomeEnv env(dir.path());
+  n4test::RegistryDirEnv env("", dir.path());
   n4::ScopedEnv scoped(&env);
-  n4::FileRegistryStore files(n4::LocateRegistryFile);  // the default only where there is no system registry
-  n4::ScopedRegistryStore store(&files);
   CN4Registry reg;
   ASSERT_EQ(reg.CreateUserRegistryKey("Window Settings"), 1);
   EXPECT_TRUE(n4test::Exists(dir.File("n4000/HKEY_CURRENT_USER.reg")));
 }
-
-}  // namespace
-
-namespace {
 
 TEST_F(RegistryTest, ExportFilesImportBackIntoTheRightRoots) {
   CN4Registry reg;

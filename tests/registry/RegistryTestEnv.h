@@ -15,10 +15,14 @@ namespace n4test {
 
 class RegistryDirEnv : public n4::EnvWrapper {
  public:
-  explicit RegistryDirEnv(std::string dir) : EnvWrapper(n4::Env::Default()), dir_(std::move(dir)) {}
+  // An empty dir leaves the store to its default place, under configHome.
+  explicit RegistryDirEnv(std::string dir, std::string configHome = {})
+      : EnvWrapper(n4::Env::Default()), dir_(std::move(dir)), configHome_(std::move(configHome)) {}
 
   std::string GetEnvironmentVariable(const std::string& name) override {
-    return name == "N4_REGISTRY_DIR" ? dir_ : target()->GetEnvironmentVariable(name);
+    if (name == "N4_REGISTRY_DIR") return dir_;
+    if (name == "XDG_CONFIG_HOME" && !configHome_.empty()) return configHome_;
+    return target()->GetEnvironmentVariable(name);
   }
   // Fails the store's writes at their first step.
   std::unique_ptr<n4::WritableFile> NewWritableFile(const std::string& path, n4::SysError* err) override {
@@ -32,7 +36,7 @@ class RegistryDirEnv : public n4::EnvWrapper {
   DWORD writeFailure = 0;
 
  private:
-  std::string dir_;
+  std::string dir_, configHome_;
   n4::FileRegistryStore store_{n4::LocateRegistryFile};
   n4::ScopedRegistryStore scopedStore_{&store_};
 };

@@ -5,8 +5,6 @@
 #include <filesystem>
 #include <fstream>
 
-#include <nlohmann/json.hpp>
-
 #include <n4file/Settings.h>
 
 #include "ToolRunner.h"
@@ -15,14 +13,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-using n4tooltest::ReadAll;
 using n4tooltest::Result;
-
-// The value at a JSON pointer, null when there is none.
-nlohmann::json At(const nlohmann::json& j, const std::string& key) {
-  const nlohmann::json::json_pointer pointer(key);
-  return j.contains(pointer) ? j.at(pointer) : nlohmann::json();
-}
 
 class SettingsToolTest : public n4tooltest::ToolRunner {
  protected:
@@ -55,48 +46,13 @@ TEST_F(SettingsToolTest, DcPagesListsGroupsPagesAndConfiguredCells) {
   WritePage("Main", "Quick Display", {0, 7, 99});
   WritePage("Scores", "Interface", {});
 
-  const Result r = Run({"dc", "pages", "--json", "."});
-  ASSERT_EQ(r.status, 0) << r.err;
-  const auto j = nlohmann::json::parse(r.out);
-  ASSERT_EQ(j["groups"].size(), 1u);
-  EXPECT_EQ(j["groups"][0]["name"], "Evening");
-  ASSERT_EQ(j["groups"][0]["pages"].size(), 2u);
-  EXPECT_EQ(j["groups"][0]["pages"][1]["number"], 3);
-  EXPECT_EQ(j["groups"][0]["pages"][1]["name"], "Scores");
-  ASSERT_EQ(j["pages"].size(), 2u);
-  const auto& main = j["pages"][0];
-  EXPECT_EQ(main["name"], "Main");
-  ASSERT_EQ(main["cells"].size(), 3u);
-  const int numbers[] = {1, 8, 100};
-  for (size_t i = 0; i < 3; ++i) EXPECT_EQ(main["cells"][i]["number"], numbers[i]);
-  EXPECT_TRUE(j["pages"][1].contains("request_port"));  // an interface page
-  EXPECT_TRUE(j["pages"][1]["cells"].empty());
-
-  const Result text = Run({"dc", "pages", "."});
-  ASSERT_EQ(text.status, 0);
-  EXPECT_NE(text.out.find("page 3: Scores"), std::string::npos) << text.out;
-  EXPECT_NE(text.out.find("Show 99"), std::string::npos) << text.out;
+  ExpectTranscript("dc-pages.transcript", {{"dc", "pages", "."}, {"dc", "pages", "--json", "."}});
 }
 
 TEST_F(SettingsToolTest, DcPagesRejectsWhatIsNotADirectory) {
   std::ofstream(Path("plain.txt")) << "x";
-  struct Case {
-    std::vector<std::string> args;
-    int status;
-  } const cases[] = {
-      {{"dc", "pages", "missing"}, 1},
-      {{"dc", "pages", "plain.txt"}, 1},
-      {{"dc", "pages"}, 2},
-      {{"dc"}, 2},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.args.back());
-    const Result r = Run(c.args);
-    EXPECT_EQ(r.status, c.status);
-    if (c.status == 1) {
-      EXPECT_EQ(r.err.rfind("n4file: " + c.args.back() + ": ", 0), 0u) << r.err;
-    }
-  }
+  ExpectTranscript("dc-pages-refusals.transcript",
+                   {{"dc", "pages", "missing"}, {"dc", "pages", "plain.txt"}, {"dc", "pages"}, {"dc"}});
 }
 
 TEST_F(SettingsToolTest, InfoDescribesEverySettingsKind) {
@@ -124,40 +80,12 @@ TEST_F(SettingsToolTest, InfoDescribesEverySettingsKind) {
   std::ofstream(Path("Bad.dcp"), std::ios::binary) << garbage;
   std::ofstream(Path("Bad.dcg"), std::ios::binary) << garbage;
 
-  struct Case {
-    const char* file;
-    const char* kind;
-    const char* key;
-    nlohmann::json expected;
-  } const cases[] = {
-      {"Config.dc", "dc-config", "/categories/0/style", "Bold"},
-      {"Config.dc", "dc-config", "/group", "Evening"},
-      {"Evening.dcg", "dc-group", "/pages/0/number", 2},
-      {"Main.dcp", "dc-page", "/cells/0/number", 6},
-      {"Main.dcp", "dc-page", "/type", "Scripting"},
-      {"Main.dcp", "dc-page", "/cells/0/name", "Show 5"},
-      {"Main.dcp", "dc-page", "/cells/0/row", 1},
-      {"Main.dcp", "dc-page", "/cells/0/column", 2},
-      {"Main.dcp", "dc-page", "/grid_rows", 4},
-      {"Interface.ini", "interface", "/combo_box_1_label", "Visitors:"},
-      {"Interface.ini", "interface", "/combo_box_2_label", "Home:"},
-      {"Interface.ini", "interface", "/request_command", 802},
-      {"Teams.lci", "selection-list", "/field_names/1", "City"},
-      {"Teams.lci", "selection-list", "/selections/1/1", ""},
-      {"scores.txt", "input-template", "/total_length", 7},
-      {"scores.txt", "input-template", "/fields/1/name", "Guest"},
-      {"Bad.dcp", "dc-page", "/cells", nlohmann::json::array()},
-      {"Bad.dcg", "dc-group", "/pages", nlohmann::json::array()},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(std::string(c.file) + c.key);
-    const Result r = Run({"info", "--json", c.file});
-    ASSERT_EQ(r.status, 0) << r.err;
-    const auto j = nlohmann::json::parse(r.out);
-    EXPECT_EQ(j["kind"], c.kind);
-    EXPECT_EQ(At(j, c.key), c.expected) << r.out;
-    EXPECT_FALSE(Run({"info", c.file}).out.empty());
-  }
+  const std::vector<std::string> files = {"Config.dc", "Evening.dcg", "Main.dcp", "Interface.ini",
+                                          "Teams.lci", "scores.txt",  "Bad.dcp",  "Bad.dcg"};
+  std::vector<std::string> text = {"info"}, json = {"info", "--json"};
+  text.insert(text.end(), files.begin(), files.end());
+  json.insert(json.end(), files.begin(), files.end());
+  ExpectTranscript("info-settings.transcript", {text, json});
 }
 
 }  // namespace

@@ -37,4 +37,23 @@ Result ToolRunner::Run(const std::vector<std::string>& args) const {
   return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, ReadAll(dir_ / "stdout.txt"), ReadAll(dir_ / "stderr.txt")};
 }
 
+void ToolRunner::ExpectTranscript(const std::string& name, const std::vector<std::vector<std::string>>& commands,
+                                  const std::function<void()>& afterEach) const {
+  std::string transcript;
+  for (const auto& args : commands) {
+    const Result r = Run(args);
+    transcript += "$ n4file";
+    for (const auto& a : args) transcript += " " + a;
+    transcript += "\nexit " + std::to_string(r.status) + "\n" + r.err;
+    if (!r.out.empty()) transcript += "stdout:\n" + r.out;
+    if (afterEach) {
+      SCOPED_TRACE(transcript.substr(transcript.rfind("$ ")));
+      afterEach();
+    }
+  }
+  const std::filesystem::path golden = std::filesystem::path(N4_TEST_DATA_DIR) / "tool" / name;
+  if (std::getenv("N4_UPDATE_GOLDEN")) std::ofstream(golden, std::ios::binary) << transcript;
+  EXPECT_EQ(transcript, ReadAll(golden)) << name;
+}
+
 }  // namespace n4tooltest

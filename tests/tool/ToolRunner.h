@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -26,7 +27,13 @@ class ToolRunner : public ::testing::Test {
   void SetUp() override;
   void TearDown() override;
 
-  Result Run(const std::vector<std::string>& args) const;
+  virtual Result Run(const std::vector<std::string>& args) const;
+  // Runs each command and compares their exit statuses and what they printed
+  // with the golden transcript tests/data/tool/<name>; afterEach runs after
+  // every command. With N4_UPDATE_GOLDEN set in the environment the file is
+  // rewritten instead, to be reviewed in the diff.
+  void ExpectTranscript(const std::string& name, const std::vector<std::vector<std::string>>& commands,
+                        const std::function<void()>& afterEach = {}) const;
   std::string Path(const std::string& name) const { return (dir_ / name).string(); }
 
   std::filesystem::path dir_;

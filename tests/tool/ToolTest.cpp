@@ -79,45 +79,9 @@ TEST_F(ToolTest, CreateThenRenderIsExactForEveryColourTechnology) {
   }
 }
 
-TEST_F(ToolTest, InfoJsonDescribesTheSequence) {
-  WritePicture("a.png", FixedPicture(8, 32, 0));
-  WritePicture("b.png", FixedPicture(8, 32, 2));
-  ASSERT_EQ(Run({"create", "-o", "s.SQ4", "--size", "8x32", "--color", "TRI256", "--pixel", "l", "--entry",
-                 "wand LEFT", "--hold", "1.5", "--exit", "dissolve", "--comment", "hello", "a.png", "b.png"})
-                .status,
-            0);
-  Result r = Run({"info", "--json", "s.SQ4"});
-  ASSERT_EQ(r.status, 0) << r.err;
-  const auto j = nlohmann::json::parse(r.out);
-  EXPECT_EQ(j["kind"], "sequence");
-  EXPECT_EQ(j["info"]["comments"], "hello");
-  EXPECT_EQ(j["sign"]["rows"], 8);
-  EXPECT_EQ(j["sign"]["columns"], 32);
-  EXPECT_EQ(j["sign"]["color"], "Tri256");
-  EXPECT_EQ(j["sign"]["pixel"], "L");
-  EXPECT_EQ(j["compression"], 30);
-  EXPECT_EQ(j["frame_count"], 3);
-  EXPECT_GT(j["run_time_ms"], 3000);
-  const auto& f = j["frames"][0];
-  EXPECT_EQ(f["kind"], "graphic");
-  EXPECT_EQ(f["entry"]["effect"], "Wand Left");
-  EXPECT_EQ(f["entry"]["number"], 15);
-  EXPECT_EQ(f["hold"]["time_ticks"], 180);
-  EXPECT_EQ(f["exit"]["effect"], "Dissolve");
-  EXPECT_GT(f["stored_bytes"], 0);
-  EXPECT_TRUE(f["method_name"].is_string());
-  EXPECT_EQ(j["frames"][2]["kind"], "end");
-  // Several files make an array; a damaged one is an entry with its error.
-  std::ofstream(Path("junk.SQ4")) << "not a sequence";
-  r = Run({"info", "--json", "s.SQ4", "junk.SQ4"});
-  EXPECT_EQ(r.status, 1);
-  const auto both = nlohmann::json::parse(r.out);
-  ASSERT_EQ(both.size(), 2u);
-  EXPECT_EQ(both[0]["frame_count"], 3);
-  EXPECT_TRUE(both[1].contains("error"));
-}
-
-TEST_F(ToolTest, InfoTextMatchesTheGoldenFile) {
+// Text and JSON forms of one sequence; the JSON run also lists a plain RIFF
+// file's chunks and gives a damaged file its entry with the error.
+TEST_F(ToolTest, InfoMatchesTheGoldenFiles) {
   WritePicture("a.png", FixedPicture(16, 48, 0));
   WritePicture("b.png", FixedPicture(16, 48, 1));
   ASSERT_EQ(Run({"create", "-o", "golden.SQ4", "--size", "16x48", "--color", "Mono4", "--entry", "coalesce",
@@ -125,26 +89,18 @@ TEST_F(ToolTest, InfoTextMatchesTheGoldenFile) {
                  "--created", "2001-02-03", "a.png", "b.png"})
                 .status,
             0);
-  const Result r = Run({"info", "golden.SQ4"});
-  ASSERT_EQ(r.status, 0) << r.err;
-  const fs::path golden = fs::path(N4_TEST_DATA_DIR) / "tool" / "info-golden.txt";
-  if (std::getenv("N4_UPDATE_GOLDEN")) std::ofstream(golden, std::ios::binary) << r.out;
-  EXPECT_EQ(r.out, ReadAll(golden));
-}
-
-TEST_F(ToolTest, InfoListsTheChunksOfAPlainRiffFile) {
+  WritePicture("c.png", FixedPicture(8, 32, 0));
+  WritePicture("d.png", FixedPicture(8, 32, 2));
+  ASSERT_EQ(Run({"create", "-o", "s.SQ4", "--size", "8x32", "--color", "TRI256", "--pixel", "l", "--entry",
+                 "wand LEFT", "--hold", "1.5", "--exit", "dissolve", "--comment", "hello", "--created",
+                 "2001-02-03", "c.png", "d.png"})
+                .status,
+            0);
   const char riff[] = "RIFF\x1e\0\0\0demoabcd\x06\0\0\0hello\0LIST\x04\0\0\0xyzw";
   std::ofstream(Path("plain.bin"), std::ios::binary).write(riff, sizeof riff - 1);
-  const Result r = Run({"info", "--json", "plain.bin"});
-  ASSERT_EQ(r.status, 0) << r.err;
-  const auto j = nlohmann::json::parse(r.out);
-  EXPECT_EQ(j["kind"], "riff");
-  EXPECT_EQ(j["form"], "demo");
-  ASSERT_EQ(j["chunks"].size(), 2u);
-  EXPECT_EQ(j["chunks"][0]["code"], "abcd");
-  EXPECT_EQ(j["chunks"][0]["bytes"], 6);
-  EXPECT_EQ(j["chunks"][1]["id"], "LIST");
-  EXPECT_EQ(j["chunks"][1]["code"], "xyzw");
+  std::ofstream(Path("junk.SQ4")) << "not a sequence";
+  ExpectTranscript("info.transcript",
+                   {{"info", "golden.SQ4"}, {"info", "--json", "s.SQ4"}, {"info", "--json", "plain.bin", "junk.SQ4"}});
 }
 
 TEST_F(ToolTest, CompressReportsEveryFrameAndKeepsThePixels) {
@@ -199,40 +155,24 @@ TEST_F(ToolTest, BadInputFailsWithOneLineAndLeavesNoOutput) {
   const char riff[] = "RIFF\x12\0\0\0demoabcd\x36\0\0\0hello\0";
   std::ofstream(Path("cut.riff"), std::ios::binary).write(riff, sizeof riff - 1);
 
-  const struct {
-    const char* what;
-    std::vector<std::string> args;
-    int status;
-    const char* message;
-  } cases[] = {
-      {"missing file", {"info", "missing.SQ4"}, 1, "n4file: missing.SQ4: no such file\n"},
-      {"missing picture", {"create", "-o", "o.SQ4", "--size", "8x16", "--color", "Mono1", "gone.png"}, 1,
-       "n4file: gone.png: no such file\n"},
-      {"not a PNG", {"create", "-o", "o.SQ4", "--size", "8x16", "--color", "Mono1", "text.png"}, 1,
-       "n4file: text.png: not a PNG picture\n"},
-      {"wrong size", {"create", "-o", "keep.SQ4", "--size", "8x16", "--color", "Mono1", "right.png", "wrong.png"}, 1,
-       "use --fit"},
-      {"bad pair", {"create", "-o", "o.SQ4", "--size", "8x16", "--color", "rgb4k", "--pixel", "I", "right.png"}, 2,
-       "valid: L"},
-      {"unknown colour", {"create", "-o", "o.SQ4", "--size", "8x16", "--color", "purple", "right.png"}, 2,
-       "Mono1, Quad16"},
-      {"damaged sequence", {"info", "cut.SQ4"}, 1, "n4file: cut.SQ4: damaged sequence"},
-      {"damaged RIFF file", {"info", "cut.riff"}, 1, "n4file: cut.riff: damaged RIFF file: chunk 0 runs past"},
-      {"unknown kind", {"info", "text.png"}, 1, "n4file: text.png: unknown kind of file\n"},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.what);
-    const Result r = Run(c.args);
-    EXPECT_EQ(r.status, c.status);
-    EXPECT_NE(r.err.find(c.message), std::string::npos) << r.err;
-    EXPECT_FALSE(fs::exists(Path("o.SQ4")));
-  }
-  EXPECT_EQ(ReadAll(Path("keep.SQ4")), "keep me");
   // --fit accepts the picture of another size; the other files are still shown.
-  EXPECT_EQ(Run({"create", "-o", "fit.SQ4", "--size", "8x16", "--color", "Mono1", "--fit", "wrong.png"}).status, 0);
-  const Result r = Run({"info", "missing.SQ4", "fit.SQ4"});
-  EXPECT_EQ(r.status, 1);
-  EXPECT_NE(r.out.find("fit.SQ4: sequence file"), std::string::npos);
+  ASSERT_EQ(Run({"create", "-o", "fit.SQ4", "--size", "8x16", "--color", "Mono1", "--fit", "--created", "2001-02-03",
+                 "wrong.png"})
+                .status,
+            0);
+  ExpectTranscript("bad-input.transcript",
+                   {{"info", "missing.SQ4"},
+                    {"create", "-o", "o.SQ4", "--size", "8x16", "--color", "Mono1", "gone.png"},
+                    {"create", "-o", "o.SQ4", "--size", "8x16", "--color", "Mono1", "text.png"},
+                    {"create", "-o", "keep.SQ4", "--size", "8x16", "--color", "Mono1", "right.png", "wrong.png"},
+                    {"create", "-o", "o.SQ4", "--size", "8x16", "--color", "rgb4k", "--pixel", "I", "right.png"},
+                    {"create", "-o", "o.SQ4", "--size", "8x16", "--color", "purple", "right.png"},
+                    {"info", "cut.SQ4"},
+                    {"info", "cut.riff"},
+                    {"info", "text.png"},
+                    {"info", "missing.SQ4", "fit.SQ4"}},
+                   [&] { EXPECT_FALSE(fs::exists(Path("o.SQ4"))); });
+  EXPECT_EQ(ReadAll(Path("keep.SQ4")), "keep me");
 }
 
 TEST_F(ToolTest, PathBuildsAndParsesBack) {
@@ -242,35 +182,27 @@ TEST_F(ToolTest, PathBuildsAndParsesBack) {
   const std::string path = built.out.substr(0, built.out.find('\n'));
   const Result parsed = Run({"path", "parse", "--json", path});
   ASSERT_EQ(parsed.status, 0) << parsed.err;
-  const auto j = nlohmann::json::parse(parsed.out);
-  EXPECT_EQ(j["share"], "/srv/shows");
-  EXPECT_EQ(j["rows"], 16);
-  EXPECT_EQ(j["columns"], 80);
-  EXPECT_EQ(j["color"], "Quad16M");
-  EXPECT_EQ(j["pixel"], "I");
-  EXPECT_EQ(j["library"], "Weather");
-  EXPECT_EQ(j["file"], "Rain");
-  EXPECT_EQ(j["extension"], "SQ4");
-  EXPECT_EQ(j["kind"], "seq4");
+  EXPECT_EQ(nlohmann::json::parse(parsed.out),
+            nlohmann::json::parse(R"({"share": "/srv/shows", "rows": 16, "columns": 80, "color": "Quad16M",
+              "pixel": "I", "palette": false, "library": "Weather", "file": "Rain", "extension": "SQ4", "kind": "seq4"})"));
   EXPECT_EQ(Run({"path", "parse", "/srv/shows/readme.txt"}).status, 1);
 }
 
 TEST_F(ToolTest, RegistryValuesRoundTrip) {
   env_ = "N4_REGISTRY_DIR=" + ShellQuote(Path("registry"));
-  ASSERT_EQ(Run({"registry", "set", "File Locations", "DataPath", "/srv/n4000"}).status, 0);
-  ASSERT_EQ(Run({"registry", "set", "--user", "--dword", "Window Settings", "Width", "640"}).status, 0);
-  EXPECT_EQ(Run({"registry", "get", "File Locations", "DataPath"}).out, "/srv/n4000\n");
-  EXPECT_EQ(Run({"registry", "get", "--user", "Window Settings", "Width"}).out, "640\n");
-  EXPECT_EQ(Run({"registry", "get", "File Locations", "Nothing"}).status, 1);
+  ExpectTranscript("registry-set-get.transcript",
+                   {{"registry", "set", "File Locations", "DataPath", "/srv/n4000"},
+                    {"registry", "set", "--user", "--dword", "Window Settings", "Width", "640"},
+                    {"registry", "get", "File Locations", "DataPath"},
+                    {"registry", "get", "--user", "Window Settings", "Width"},
+                    {"registry", "get", "File Locations", "Nothing"},
+                    {"registry", "export", "-o", "machine.reg"}});
   // Exported, the store emptied, imported again.
-  ASSERT_EQ(Run({"registry", "export", "-o", "machine.reg"}).status, 0);
   fs::remove_all(Path("registry"));
-  EXPECT_EQ(Run({"registry", "get", "File Locations", "DataPath"}).status, 1);
-  ASSERT_EQ(Run({"registry", "import", "machine.reg"}).status, 0);
-  EXPECT_EQ(Run({"registry", "get", "File Locations", "DataPath"}).out, "/srv/n4000\n");
-  const Result bad = Run({"registry", "import", "stdout.txt"});
-  EXPECT_EQ(bad.status, 1);
-  EXPECT_NE(bad.err.find("n4file: stdout.txt: not a registry file"), std::string::npos) << bad.err;
+  ExpectTranscript("registry-import.transcript", {{"registry", "get", "File Locations", "DataPath"},
+                                                  {"registry", "import", "machine.reg"},
+                                                  {"registry", "get", "File Locations", "DataPath"},
+                                                  {"registry", "import", "stdout.txt"}});
 }
 
 TEST_F(ToolTest, EveryCommandHasHelpWithAnExample) {
