@@ -11,6 +11,7 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <ctime>
 #include <memory>
 #include <string>
@@ -54,6 +55,15 @@ class MappedView {
     (void)offset;
     (void)length;
     (void)forWrite;
+  }
+  // Puts size bytes at offset of a writable view, as a copy into data()
+  // would. Where the system keeps file writes and views coherent the bytes go
+  // through the file, so that pages not yet touched are filled without first
+  // being faulted in and zeroed; elsewhere they are copied into the view.
+  virtual bool Write(std::uint64_t offset, const void* bytes, std::size_t size, SysError* err) {
+    if (offset > size_ || size > size_ - offset) return Fail(err, kErrInvalidParameter);
+    std::memcpy(data_ + offset, bytes, size);
+    return true;
   }
 
  protected:

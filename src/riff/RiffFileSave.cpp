@@ -119,7 +119,7 @@ int CN4RiffFile::AppendCopy(CN4RiffChunk* src, int compress, std::vector<std::by
     // The stored bytes go from the original straight into the working file.
     const std::size_t length = std::size_t{src->GetSize()} + 8;
     if (offset + length > m_dwMappingSize ||
-        !m_pFile->WriteAt(offset, src->StartOfChunkPtr(), length, &LastSysError())) {
+        !m_pMapping->Write(offset, src->StartOfChunkPtr(), length, &LastSysError())) {
       if (offset + length > m_dwMappingSize) n4::Fail(&LastSysError(), n4::kErrInvalidParameter);
       GetLastErrorString();
       m_aObjects.erase(m_aObjects.begin() + index);
@@ -141,9 +141,9 @@ int CN4RiffFile::AppendCopy(CN4RiffChunk* src, int compress, std::vector<std::by
     m_aObjects.erase(m_aObjects.begin() + index);
     return -1;
   }
-  // The working file's own pages take the copy: the mapping sees the same
+  // Through the file where the system allows: the mapping sees the same
   // bytes without a fault-and-zero for each fresh page.
-  if (!m_pFile->WriteAt(offset, scratch.data(), length, &LastSysError())) {
+  if (!m_pMapping->Write(offset, scratch.data(), length, &LastSysError())) {
     GetLastErrorString();
     m_aObjects.erase(m_aObjects.begin() + index);
     return -1;

@@ -35,6 +35,9 @@ class FaultMappedView final : public n4::MappedView {
   void Populate(std::uint64_t offset, std::uint64_t length, bool forWrite) override {
     target_->Populate(offset, length, forWrite);
   }
+  bool Write(std::uint64_t offset, const void* bytes, std::size_t size, n4::SysError* err) override {
+    return target_->Write(offset, bytes, size, err);
+  }
 
  private:
   void Sync() {

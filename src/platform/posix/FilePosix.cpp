@@ -55,6 +55,26 @@ class PosixMappedView final : public MappedView {
     if (msync(data_, size_, MS_ASYNC) != 0) return FailErrno(err, errno);
     return true;
   }
+  // Linux keeps a shared mapping and the file's cache one: writing the file
+  // is writing the view.
+  bool Write(std::uint64_t offset, const void* bytes, std::size_t size, SysError* err) override {
+    if (!writable_) return Fail(err, kErrAccessDenied);
+    if (offset > size_ || size > size_ - offset) return Fail(err, kErrInvalidParameter);
+    const auto* p = static_cast<const char*>(bytes);
+    while (size > 0) {
+      const ssize_t n = pwrite(fd_, p, size, static_cast<off_t>(offset));
+      if (n < 0) {
+        if (errno == EINTR) continue;
+        return FailErrno(err, errno);
+      }
+      if (n == 0) return FailErrno(err, ENOSPC);
+      p += n;
+      size -= static_cast<std::size_t>(n);
+      offset += static_cast<std::uint64_t>(n);
+    }
+    return true;
+  }
+
   void Populate(std::uint64_t offset, std::uint64_t length, bool forWrite) override {
     if (offset >= size_) return;
     length = std::min(length, size_ - offset);
