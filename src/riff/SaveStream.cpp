@@ -7,17 +7,26 @@ namespace n4 {
 
 std::byte* SaveStream::Reserve(std::size_t bytes) {
   if (!FlushRun()) return nullptr;
-  if (stage_.size() - used_ < bytes) {
+  if (capacity_ - used_ < bytes) {
     if (!Flush()) return nullptr;
-    if (stage_.size() < bytes) stage_.resize(std::max(bytes, kRun));
+    Grow(bytes);
   }
-  std::byte* at = stage_.data() + used_;
+  std::byte* at = stage_.get() + used_;
   // Records skip their pad bytes: they must read as zero, as in a new file.
   std::memset(at, 0, bytes);
   return at;
 }
 
-void SaveStream::Commit(const std::byte* end) { used_ = static_cast<std::size_t>(end - stage_.data()); }
+void SaveStream::Commit(const std::byte* end) { used_ = static_cast<std::size_t>(end - stage_.get()); }
+
+void SaveStream::Grow(std::size_t bytes) {
+  if (capacity_ >= bytes && capacity_ >= kRun) return;
+  const std::size_t doubled = std::min(kRun, std::max(kFirstRun, capacity_ * 2));
+  const std::size_t capacity = std::max(bytes, doubled);
+  if (capacity == capacity_) return;
+  stage_ = std::make_unique_for_overwrite<std::byte[]>(capacity);
+  capacity_ = capacity;
+}
 
 bool SaveStream::Append(const std::byte* data, std::size_t size) {
   if (!FlushRun()) return false;
@@ -27,11 +36,11 @@ bool SaveStream::Append(const std::byte* data, std::size_t size) {
     written_ += size;
     return true;
   }
-  if (stage_.size() - used_ < size) {
+  if (capacity_ - used_ < size) {
     if (!Flush()) return false;
-    if (stage_.size() < kRun) stage_.resize(kRun);
+    Grow(size);
   }
-  std::memcpy(stage_.data() + used_, data, size);
+  std::memcpy(stage_.get() + used_, data, size);
   used_ += size;
   return true;
 }
@@ -60,7 +69,7 @@ bool SaveStream::FlushRun() {
 
 bool SaveStream::Flush() {
   if (used_ == 0) return FlushRun();
-  if (!file_->WriteAt(written_, stage_.data(), used_, err_)) return false;
+  if (!file_->WriteAt(written_, stage_.get(), used_, err_)) return false;
   written_ += used_;
   used_ = 0;
   return FlushRun();

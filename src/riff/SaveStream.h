@@ -9,7 +9,7 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <vector>
+#include <memory>
 
 #include "platform/Env.h"
 
@@ -37,15 +37,21 @@ class SaveStream {
   std::uint64_t Length() const { return written_ + used_ + runSize_; }
 
  private:
+  // The buffer grows by doubling from kFirstRun to kRun, so that a small
+  // file is not charged for a large buffer.
+  static constexpr std::size_t kFirstRun = 64u << 10;
   static constexpr std::size_t kRun = 4u << 20;
   // Below this a copy into the buffer is cheaper than a write of its own.
   static constexpr std::size_t kInPlaceAtLeast = 16u << 10;
 
   bool FlushRun();
+  // After a flush: room for at least `bytes`.
+  void Grow(std::size_t bytes);
 
   FileHandle* file_;
   SysError* err_;
-  std::vector<std::byte> stage_;
+  std::unique_ptr<std::byte[]> stage_;
+  std::size_t capacity_ = 0;
   std::size_t used_ = 0;
   std::uint64_t written_ = 0;
   // A run of in-place bytes after the staged ones, not yet written.
