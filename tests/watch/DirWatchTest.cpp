@@ -56,7 +56,8 @@ TEST(DirWatch, PostsOnceAtStartAndOnceForEachChangeOfTheDirectoryItself) {
       {"a file grown", [](const n4test::TempDir& d) { std::ofstream(d.File("existing"), std::ios::binary | std::ios::app) << "more"; }},
       {"a burst of writes, merged",
        [](const n4test::TempDir& d) {
-         for (int i = 0; i < 10; ++i) n4test::WriteFile(d.File("f" + std::to_string(i)), "data");
+         const char* names[] = {"f0", "f1", "f2", "f3", "f4", "f5", "f6", "f7", "f8", "f9"};
+         for (const char* name : names) n4test::WriteFile(d.File(name), "data");
        }},
       {"a file renamed",
        [](const n4test::TempDir& d) { std::filesystem::rename(d.File("new"), d.File("renamed")); }},
