@@ -81,7 +81,11 @@ for exe in "${programs[@]}"; do
   name=$(basename "$exe" .exe)
   echo "== $name (wine)"
   # Each program runs from its own scratch directory so that stray files stay in build/.
-  if ! (cd "$build/tests" && wine "$exe" --gtest_brief=1); then
+  # A crash under Wine starts its debugger and may still exit with 0: a
+  # program passes only when it exits with 0 and GoogleTest says so.
+  log="$build/tests/$name.log"
+  if ! (cd "$build/tests" && wine "$exe" --gtest_brief=1) 2>&1 | tee "$log" ||
+     ! grep -q '^\[  PASSED  \] [0-9]* test' "$log" || grep -q '^\[  FAILED  \]' "$log"; then
     failed+=("$name")
   fi
 done

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 #include <condition_variable>
+#include <cstdint>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -12,8 +13,75 @@
 namespace n4 {
 
 namespace {
+
 thread_local bool tIsWorker = false;
-}
+
+// Worker threads live as long as the process. Threads that ended after each
+// job would run the destructors of their thread-local state (the codecs'
+// scratch tables) as they end, and with mingw-w64 a DLL's thread-local
+// destructors run after that state is gone. They also cost a start per save.
+class WorkerPool {
+ public:
+  // Never destroyed: its threads wait on it until the process ends.
+  static WorkerPool& Instance() {
+    static WorkerPool* pool = new WorkerPool;
+    return *pool;
+  }
+
+  // One job at a time; a caller that finds the pool busy works alone.
+  std::unique_lock<std::mutex> TryClaim() { return std::unique_lock(claim_, std::try_to_lock); }
+
+  // Runs work on `count` pool threads. REQUIRES: the claim is held.
+  void Start(unsigned count, const std::function<void()>& work) {
+    std::lock_guard lock(mutex_);
+    while (threads_ < count) {
+      std::thread([this] { Serve(); }).detach();
+      ++threads_;
+    }
+    work_ = &work;
+    wanted_ = count;
+    started_ = finished_ = 0;
+    ++generation_;
+    wake_.notify_all();
+  }
+
+  // Waits until every thread of the job has returned from work.
+  void Wait() {
+    std::unique_lock lock(mutex_);
+    done_.wait(lock, [&] { return finished_ == wanted_; });
+    work_ = nullptr;
+  }
+
+ private:
+  void Serve() {
+    tIsWorker = true;
+    std::uint64_t seen = 0;
+    std::unique_lock lock(mutex_);
+    for (;;) {
+      wake_.wait(lock, [&] { return generation_ != seen && started_ < wanted_; });
+      seen = generation_;
+      ++started_;
+      const std::function<void()>* work = work_;
+      lock.unlock();
+      (*work)();
+      lock.lock();
+      if (++finished_ == wanted_) done_.notify_all();
+    }
+  }
+
+  std::mutex claim_;
+  std::mutex mutex_;
+  std::condition_variable wake_;
+  std::condition_variable done_;
+  unsigned threads_ = 0;
+  const std::function<void()>* work_ = nullptr;
+  unsigned wanted_ = 0;
+  unsigned started_ = 0;
+  unsigned finished_ = 0;
+  std::uint64_t generation_ = 0;
+};
+
+}  // namespace
 
 unsigned WorkerThreadCount() {
   const std::string text = Env::Default()->GetEnvironmentVariable("N4FILE_THREADS");
@@ -26,7 +94,10 @@ unsigned WorkerThreadCount() {
 bool IsOrderedWorker() { return tIsWorker; }
 
 bool RunOrdered(const OrderedJob& job, unsigned threads, std::size_t ahead) {
-  if (threads <= 1 || job.count <= 1) {
+  WorkerPool& pool = WorkerPool::Instance();
+  std::unique_lock<std::mutex> claim;
+  if (threads > 1 && job.count > 1 && !IsOrderedWorker()) claim = pool.TryClaim();
+  if (!claim.owns_lock()) {
     std::vector<std::byte> buffer;
     for (std::size_t i = 0; i < job.count; ++i) {
       buffer.clear();
@@ -48,8 +119,7 @@ bool RunOrdered(const OrderedJob& job, unsigned threads, std::size_t ahead) {
   std::size_t nextToConsume = 0;
   bool stop = false;
 
-  auto work = [&] {
-    tIsWorker = true;
+  const std::function<void()> work = [&] {
     std::vector<std::byte> buffer;
     std::unique_lock lock(mutex);
     for (;;) {
@@ -68,9 +138,7 @@ bool RunOrdered(const OrderedJob& job, unsigned threads, std::size_t ahead) {
     }
   };
 
-  std::vector<std::thread> workers;
-  workers.reserve(threads);
-  for (unsigned t = 0; t < threads; ++t) workers.emplace_back(work);
+  pool.Start(threads, work);
 
   bool result = true;
   std::vector<std::byte> taken;
@@ -93,7 +161,7 @@ bool RunOrdered(const OrderedJob& job, unsigned threads, std::size_t ahead) {
     nextToConsume = i + 1;
     changed.notify_all();
   }
-  for (auto& worker : workers) worker.join();
+  pool.Wait();
   return result;
 }
 

@@ -28,9 +28,11 @@ struct OrderedJob {
   std::function<bool(std::size_t i, std::vector<std::byte>& result)> consume;
 };
 
-// Runs the job with `threads` workers (at most `ahead` results waiting to be
-// consumed, which bounds the memory held). Returns false when a call returned
-// false; items after that one are neither produced nor consumed.
+// Runs the job with `threads` workers of a pool that lives as long as the
+// process (at most `ahead` results waiting to be consumed, which bounds the
+// memory held); while another job holds the pool, or on a worker, the caller
+// does all the work itself. Returns false when a call returned false; items
+// after that one are neither produced nor consumed.
 bool RunOrdered(const OrderedJob& job, unsigned threads, std::size_t ahead);
 
 }  // namespace n4

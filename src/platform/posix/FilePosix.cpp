@@ -29,6 +29,24 @@ bool ReserveLength(int fd, std::uint64_t current, std::uint64_t size, SysError* 
   return true;
 }
 
+// All of data at offset, or a failure; a write that makes no progress is a
+// full disk.
+bool WriteAllAt(int fd, std::uint64_t offset, const void* data, std::size_t size, SysError* err) {
+  const auto* p = static_cast<const char*>(data);
+  while (size > 0) {
+    const ssize_t n = pwrite(fd, p, size, static_cast<off_t>(offset));
+    if (n < 0) {
+      if (errno == EINTR) continue;
+      return FailErrno(err, errno);
+    }
+    if (n == 0) return FailErrno(err, ENOSPC);
+    p += n;
+    size -= static_cast<std::size_t>(n);
+    offset += static_cast<std::uint64_t>(n);
+  }
+  return true;
+}
+
 class PosixMappedView final : public MappedView {
  public:
   PosixMappedView(void* p, std::uint64_t size, int fd, bool writable) : fd_(fd), writable_(writable) {
@@ -60,19 +78,7 @@ class PosixMappedView final : public MappedView {
   bool Write(std::uint64_t offset, const void* bytes, std::size_t size, SysError* err) override {
     if (!writable_) return Fail(err, kErrAccessDenied);
     if (offset > size_ || size > size_ - offset) return Fail(err, kErrInvalidParameter);
-    const auto* p = static_cast<const char*>(bytes);
-    while (size > 0) {
-      const ssize_t n = pwrite(fd_, p, size, static_cast<off_t>(offset));
-      if (n < 0) {
-        if (errno == EINTR) continue;
-        return FailErrno(err, errno);
-      }
-      if (n == 0) return FailErrno(err, ENOSPC);
-      p += n;
-      size -= static_cast<std::size_t>(n);
-      offset += static_cast<std::uint64_t>(n);
-    }
-    return true;
+    return WriteAllAt(fd_, offset, bytes, size, err);
   }
 
   void Populate(std::uint64_t offset, std::uint64_t length, bool forWrite) override {
@@ -160,19 +166,7 @@ class PosixFileHandle final : public FileHandle {
   }
 
   bool WriteAt(std::uint64_t offset, const void* data, std::size_t size, SysError* err) override {
-    const auto* p = static_cast<const char*>(data);
-    while (size > 0) {
-      const ssize_t n = pwrite(fd_, p, size, static_cast<off_t>(offset));
-      if (n < 0) {
-        if (errno == EINTR) continue;
-        return FailErrno(err, errno);
-      }
-      if (n == 0) return FailErrno(err, ENOSPC);
-      p += n;
-      size -= static_cast<std::size_t>(n);
-      offset += static_cast<std::uint64_t>(n);
-    }
-    return true;
+    return WriteAllAt(fd_, offset, data, size, err);
   }
 
   bool Sync(SysError* err) override {
