@@ -20,12 +20,11 @@ std::byte* SaveStream::Reserve(std::size_t bytes) {
 void SaveStream::Commit(const std::byte* end) { used_ = static_cast<std::size_t>(end - stage_.get()); }
 
 void SaveStream::Grow(std::size_t bytes) {
-  if (capacity_ >= bytes && capacity_ >= kRun) return;
-  const std::size_t doubled = std::min(kRun, std::max(kFirstRun, capacity_ * 2));
-  const std::size_t capacity = std::max(bytes, doubled);
-  if (capacity == capacity_) return;
-  stage_ = std::make_unique_for_overwrite<std::byte[]>(capacity);
-  capacity_ = capacity;
+  if (capacity_ >= bytes) return;
+  // Left uninitialised: a small file touches, and pays for, only the pages
+  // it fills.
+  capacity_ = std::max(bytes, kRun);
+  stage_ = std::make_unique_for_overwrite<std::byte[]>(capacity_);
 }
 
 bool SaveStream::Append(const std::byte* data, std::size_t size) {

@@ -37,9 +37,6 @@ class SaveStream {
   std::uint64_t Length() const { return written_ + used_ + runSize_; }
 
  private:
-  // The buffer grows by doubling from kFirstRun to kRun, so that a small
-  // file is not charged for a large buffer.
-  static constexpr std::size_t kFirstRun = 64u << 10;
   static constexpr std::size_t kRun = 4u << 20;
   // Below this a copy into the buffer is cheaper than a write of its own.
   static constexpr std::size_t kInPlaceAtLeast = 16u << 10;
