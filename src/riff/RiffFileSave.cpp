@@ -43,6 +43,18 @@ bool AppendStored(n4::SaveStream& stream, const CN4RiffChunk& object) {
   return size % 2 == 0 || stream.Append(kPad, 1);
 }
 
+// The room a record's saved copy is given.
+std::size_t SavedRoom(const CN4RiffChunk& object, int compress) {
+  return std::size_t{object.CopyBytesRequired(-1, compress)} + kCopySlack;
+}
+
+// Copies a record for saving into [dest, dest + room); the end of the copy,
+// or null when the record wrote more than it said it would.
+std::byte* CopySaved(CN4RiffChunk& object, std::byte* dest, std::size_t room, int compress) {
+  auto* end = static_cast<std::byte*>(object.CopyEx(dest, -1, compress));
+  return end && end >= dest && end <= dest + room ? end : nullptr;
+}
+
 }  // namespace
 
 int CN4RiffFile::CopyToTemp() {
@@ -115,35 +127,28 @@ int CN4RiffFile::AppendCopy(CN4RiffChunk* src, int compress, std::vector<std::by
   CN4RiffChunk* object = m_aObjects[index].get();
   auto* at = static_cast<std::byte*>(object->StartOfChunkPtr());
   const auto offset = static_cast<std::uint64_t>(at - m_pViewBase);
-  if (src->IsCopyVerbatim(kExpand, compress)) {
-    // The stored bytes go from the original straight into the working file.
-    const std::size_t length = std::size_t{src->GetSize()} + 8;
-    if (offset + length > m_dwMappingSize ||
-        !m_pMapping->Write(offset, src->StartOfChunkPtr(), length, &LastSysError())) {
-      if (offset + length > m_dwMappingSize) n4::Fail(&LastSysError(), n4::kErrInvalidParameter);
-      GetLastErrorString();
-      m_aObjects.erase(m_aObjects.begin() + index);
-      return -1;
-    }
-    return AttachCopy(index, at + length);
+
+  // The copy's bytes: the stored ones, straight from the original, or the
+  // record's own copy made in scratch.
+  const void* bytes = src->StartOfChunkPtr();
+  std::size_t length = std::size_t{src->GetSize()} + 8;
+  bool fits = true;
+  if (!src->IsCopyVerbatim(kExpand, compress)) {
+    // A compacted record (a string saved with room for its own text only)
+    // expands to the fresh chunk's size, which its stored size does not tell.
+    const auto fresh = static_cast<std::size_t>(static_cast<std::byte*>(GetEnd()) - at);
+    const std::size_t room = std::max<std::size_t>(sourceBytes, fresh) + kCopySlack;
+    scratch.assign(room, std::byte{0});
+    auto* end = static_cast<std::byte*>(src->CopyEx(scratch.data(), kExpand, compress));
+    fits = end && end >= scratch.data() && end <= scratch.data() + room;
+    bytes = scratch.data();
+    length = fits ? static_cast<std::size_t>(end - scratch.data()) : 0;
   }
-  // A compacted record (a string saved with room for its own text only)
-  // expands to the fresh chunk's size, which its stored size does not tell.
-  const auto fresh = static_cast<std::size_t>(static_cast<std::byte*>(GetEnd()) - at);
-  const std::size_t room = std::max<std::size_t>(sourceBytes, fresh) + kCopySlack;
-  scratch.assign(room, std::byte{0});
-  auto* end = static_cast<std::byte*>(src->CopyEx(scratch.data(), kExpand, compress));
-  const bool inside = end && end >= scratch.data() && end <= scratch.data() + room;
-  const std::size_t length = inside ? static_cast<std::size_t>(end - scratch.data()) : 0;
-  if (!inside || offset + length > m_dwMappingSize) {
-    n4::Fail(&LastSysError(), n4::kErrInvalidParameter);
-    GetLastErrorString();
-    m_aObjects.erase(m_aObjects.begin() + index);
-    return -1;
-  }
+  fits = fits && offset + length <= m_dwMappingSize;
+  if (!fits) n4::Fail(&LastSysError(), n4::kErrInvalidParameter);
   // Through the file where the system allows: the mapping sees the same
   // bytes without a fault-and-zero for each fresh page.
-  if (!m_pMapping->Write(offset, scratch.data(), length, &LastSysError())) {
+  if (!fits || !m_pMapping->Write(offset, bytes, length, &LastSysError())) {
     GetLastErrorString();
     m_aObjects.erase(m_aObjects.begin() + index);
     return -1;
@@ -190,10 +195,9 @@ int CN4RiffFile::WriteSavedCopy(n4::FileHandle* out, int compress, std::uint64_t
     job.produce = [&](std::size_t i, std::vector<std::byte>& result) {
       CN4RiffChunk* object = m_aObjects[i].get();
       if (!object || object->IsCopyVerbatim(-1, compress)) return true;  // written as stored
-      const std::size_t room = std::size_t{object->CopyBytesRequired(-1, compress)} + kCopySlack;
-      result.assign(room, std::byte{0});
-      auto* end = static_cast<std::byte*>(object->CopyEx(result.data(), -1, compress));
-      if (!end || end < result.data() || end > result.data() + room) return false;
+      result.assign(SavedRoom(*object, compress), std::byte{0});
+      std::byte* end = CopySaved(*object, result.data(), result.size(), compress);
+      if (!end) return false;
       result.resize(static_cast<std::size_t>(end - result.data()));
       return true;
     };
@@ -218,11 +222,11 @@ int CN4RiffFile::WriteSavedCopy(n4::FileHandle* out, int compress, std::uint64_t
         if (!AppendStored(stream, *object)) return 0;
         continue;
       }
-      const std::size_t room = std::size_t{object->CopyBytesRequired(-1, compress)} + kCopySlack;
+      const std::size_t room = SavedRoom(*object, compress);
       std::byte* at = stream.Reserve(room);
       if (!at) return 0;
-      auto* end = static_cast<std::byte*>(object->CopyEx(at, -1, compress));
-      if (!end || end < at || end > at + room) return overran();
+      std::byte* end = CopySaved(*object, at, room, compress);
+      if (!end) return overran();
       stream.Commit(end);
     }
   }
