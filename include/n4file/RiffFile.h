@@ -387,9 +387,10 @@ class N4FILE_API CN4RiffFile : public CN4RiffChunk {
   int CopyToTemp();
   // Writes the saved form of every object to out; its length in *length.
   int WriteSavedCopy(n4::FileHandle* out, int compress, std::uint64_t* length);
-  // AddObject(src, -1, 1, compress) for the copy made at opening: the copy is
-  // written into the working file rather than through the mapping.
-  int AppendCopy(CN4RiffChunk* src, int compress, std::vector<std::byte>& scratch);
+  // AddObject(src, -1, 1, compress) for the copy made at opening, src viewing
+  // the original through `source`: the copy is written into the working file
+  // rather than through the mapping, from file to file where it is verbatim.
+  int AppendCopy(CN4RiffChunk* src, const n4::MappedView& source, int compress, std::vector<std::byte>& scratch);
   // The object at index, copied in up to copyEnd, views its copy.
   int AttachCopy(int index, std::byte* copyEnd);
   int BuildObjectArray(int upTo);

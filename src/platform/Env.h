@@ -61,10 +61,21 @@ class MappedView {
   // through the file, so that pages not yet touched are filled without first
   // being faulted in and zeroed; elsewhere they are copied into the view.
   virtual bool Write(std::uint64_t offset, const void* bytes, std::size_t size, SysError* err) {
-    if (offset > size_ || size > size_ - offset) return Fail(err, kErrInvalidParameter);
+    if (!Holds(offset, size)) return Fail(err, kErrInvalidParameter);
     std::memcpy(data_ + offset, bytes, size);
     return true;
   }
+  // As Write(offset, source.data() + sourceOffset, size). Where the system
+  // copies between files itself, the bytes go from the source's file to this
+  // one without passing through either view: no page of either is faulted in.
+  // REQUIRES: the source's file holds what its view shows (a writable view,
+  // or a read-only one nothing was written through).
+  virtual bool CopyFrom(std::uint64_t offset, const MappedView& source, std::uint64_t sourceOffset,
+                        std::size_t size, SysError* err) {
+    if (!source.Holds(sourceOffset, size)) return Fail(err, kErrInvalidParameter);
+    return Write(offset, source.data() + sourceOffset, size, err);
+  }
+  bool Holds(std::uint64_t offset, std::uint64_t size) const { return offset <= size_ && size <= size_ - offset; }
 
  protected:
   std::byte* data_ = nullptr;
@@ -86,6 +97,13 @@ class FileHandle {
   // is kErrDiskFull. Writing whole runs this way fills the system's cache
   // without first zeroing fresh pages, as writing through a new mapping does.
   virtual bool WriteAt(std::uint64_t offset, const void* data, std::size_t size, SysError* err) = 0;
+  // As WriteAt(offset, source.data() + sourceOffset, size), from file to file
+  // where the system can (see MappedView::CopyFrom, and its requirement).
+  virtual bool WriteFromView(std::uint64_t offset, const MappedView& source, std::uint64_t sourceOffset,
+                             std::size_t size, SysError* err) {
+    if (!source.Holds(sourceOffset, size)) return Fail(err, kErrInvalidParameter);
+    return WriteAt(offset, source.data() + sourceOffset, size, err);
+  }
   virtual bool Sync(SysError* err) = 0;
   // Announces that this handle's file is mapped by a reader, so that a save
   // over it reports kErrUserMappedFile as it would on Windows.

@@ -80,7 +80,8 @@ int CN4RiffFile::CopyToTemp() {
     GetLastErrorString();
     return 0;
   }
-  original->Populate(0, original->size(), false);
+  // No pages are mapped in ahead: records copied as stored go from file to
+  // file and never touch theirs, and the rest fault in as they are read.
   std::byte* base = original->data();
   const std::byte* limit = base + original->size();
 
@@ -102,7 +103,7 @@ int CN4RiffFile::CopyToTemp() {
     std::byte* next = static_cast<std::byte*>(NextChunkPtr(p));
     std::unique_ptr<CN4RiffChunk> object = CreateChunk(ChunkId(p));
     if (object && object->AttachToFile(p)) {
-      if (AppendCopy(object.get(), IsFileCompressionOn(), scratch) < 0) {
+      if (AppendCopy(object.get(), *original, IsFileCompressionOn(), scratch) < 0) {
         result = 0;
         break;
       }
@@ -116,7 +117,8 @@ int CN4RiffFile::CopyToTemp() {
   return result;
 }
 
-int CN4RiffFile::AppendCopy(CN4RiffChunk* src, int compress, std::vector<std::byte>& scratch) {
+int CN4RiffFile::AppendCopy(CN4RiffChunk* src, const n4::MappedView& source, int compress,
+                            std::vector<std::byte>& scratch) {
   // As AddObject(src, ...): room for the larger of the copy and a fresh
   // chunk, the fresh chunk appended, the copy over it, the object attached.
   constexpr int kExpand = 1;
@@ -128,12 +130,13 @@ int CN4RiffFile::AppendCopy(CN4RiffChunk* src, int compress, std::vector<std::by
   auto* at = static_cast<std::byte*>(object->StartOfChunkPtr());
   const auto offset = static_cast<std::uint64_t>(at - m_pViewBase);
 
-  // The copy's bytes: the stored ones, straight from the original, or the
-  // record's own copy made in scratch.
-  const void* bytes = src->StartOfChunkPtr();
+  // The copy's bytes: the stored ones, from the original's file to the
+  // working file, or the record's own copy made in scratch.
+  const void* bytes = nullptr;
   std::size_t length = std::size_t{src->GetSize()} + 8;
   bool fits = true;
-  if (!src->IsCopyVerbatim(kExpand, compress)) {
+  const bool verbatim = src->IsCopyVerbatim(kExpand, compress);
+  if (!verbatim) {
     // A compacted record (a string saved with room for its own text only)
     // expands to the fresh chunk's size, which its stored size does not tell.
     const auto fresh = static_cast<std::size_t>(static_cast<std::byte*>(GetEnd()) - at);
@@ -148,7 +151,10 @@ int CN4RiffFile::AppendCopy(CN4RiffChunk* src, int compress, std::vector<std::by
   if (!fits) n4::Fail(&LastSysError(), n4::kErrInvalidParameter);
   // Through the file where the system allows: the mapping sees the same
   // bytes without a fault-and-zero for each fresh page.
-  if (!fits || !m_pMapping->Write(offset, bytes, length, &LastSysError())) {
+  const auto sourceOffset =
+      static_cast<std::uint64_t>(static_cast<const std::byte*>(src->StartOfChunkPtr()) - source.data());
+  if (!fits || !(verbatim ? m_pMapping->CopyFrom(offset, source, sourceOffset, length, &LastSysError())
+                          : m_pMapping->Write(offset, bytes, length, &LastSysError()))) {
     GetLastErrorString();
     m_aObjects.erase(m_aObjects.begin() + index);
     return -1;
@@ -170,10 +176,9 @@ int CN4RiffFile::AttachCopy(int index, std::byte* copyEnd) {
 }
 
 int CN4RiffFile::WriteSavedCopy(n4::FileHandle* out, int compress, std::uint64_t* length) {
-  // Records are read front to back: map the pages in at once rather than
-  // one fault at a time, which the writes below would otherwise take.
-  if (m_pMapping) m_pMapping->Populate(0, UsedBytes(), false);
-  n4::SaveStream stream(out, &LastSysError());
+  // As at opening, nothing is mapped in ahead: stored records go from the
+  // working file to the saved one without passing through the mapping.
+  n4::SaveStream stream(out, &LastSysError(), m_pMapping.get());
   std::byte* header = stream.Reserve(12);
   if (!header) return 0;
   WriteChunkHeader(header, n4::kFourccRIFF, 4, Type());

@@ -6,7 +6,7 @@
 namespace n4 {
 
 std::byte* SaveStream::Reserve(std::size_t bytes) {
-  if (!FlushRun()) return nullptr;
+  if (!EndRun()) return nullptr;
   if (capacity_ - used_ < bytes) {
     if (!Flush()) return nullptr;
     Grow(bytes);
@@ -28,7 +28,10 @@ void SaveStream::Grow(std::size_t bytes) {
 }
 
 bool SaveStream::Append(const std::byte* data, std::size_t size) {
-  if (!FlushRun()) return false;
+  return EndRun() && Stage(data, size);
+}
+
+bool SaveStream::Stage(const std::byte* data, std::size_t size) {
   if (size >= kRun) {
     // Large results go out as they are, without a copy into the buffer.
     if (!Flush() || !file_->WriteAt(written_, data, size, err_)) return false;
@@ -49,29 +52,44 @@ bool SaveStream::AppendInPlace(const std::byte* data, std::size_t size) {
     runSize_ += size;
     return true;
   }
-  if (size < kInPlaceAtLeast) return Append(data, size);
-  // The staged bytes come first; the previous run too.
-  if (!Flush()) return false;
+  if (!EndRun()) return false;
   run_ = data;
   runSize_ = size;
   return true;
 }
 
-bool SaveStream::FlushRun() {
+bool SaveStream::EndRun() {
   if (!run_) return true;
-  if (!file_->WriteAt(written_, run_, runSize_, err_)) return false;
-  written_ += runSize_;
+  const std::byte* run = run_;
+  const std::size_t size = runSize_;
   run_ = nullptr;
   runSize_ = 0;
+  // A short run costs less copied into the buffer than written on its own.
+  if (size < kInPlaceAtLeast) return Stage(run, size);
+  // The staged bytes come first.
+  if (!Flush() || !WriteRun(run, size)) return false;
+  written_ += size;
   return true;
 }
 
+bool SaveStream::WriteRun(const std::byte* run, std::size_t size) {
+  if (source_) {
+    const auto start = reinterpret_cast<std::uintptr_t>(source_->data());
+    const auto at = reinterpret_cast<std::uintptr_t>(run);
+    if (at >= start && source_->Holds(at - start, size)) {
+      return file_->WriteFromView(written_, *source_, at - start, size, err_);
+    }
+  }
+  return file_->WriteAt(written_, run, size, err_);
+}
+
 bool SaveStream::Flush() {
-  if (used_ == 0) return FlushRun();
+  if (!EndRun()) return false;
+  if (used_ == 0) return true;
   if (!file_->WriteAt(written_, stage_.get(), used_, err_)) return false;
   written_ += used_;
   used_ = 0;
-  return FlushRun();
+  return true;
 }
 
 }  // namespace n4

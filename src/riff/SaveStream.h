@@ -17,7 +17,10 @@ namespace n4 {
 
 class SaveStream {
  public:
-  SaveStream(FileHandle* file, SysError* err) : file_(file), err_(err) {}
+  // `source`, when given, is the view in-place runs lie in: they go from its
+  // file to this one without passing through memory where the system can.
+  SaveStream(FileHandle* file, SysError* err, const MappedView* source = nullptr)
+      : file_(file), err_(err), source_(source) {}
 
   // Zeroed room for `bytes` at the end of the stream, after writing out what
   // is staged when the buffer lacks room; null when that write failed.
@@ -27,9 +30,9 @@ class SaveStream {
   void Commit(const std::byte* end);
   bool Append(const std::byte* data, std::size_t size);
   // As Append, for bytes that stay in place until Flush (a mapped file):
-  // large runs are written from where they lie, and a run that continues
-  // the previous one joins it, so that neighbouring records go out in one
-  // write without a copy into the buffer.
+  // records that lie side by side join into one run, and a run of some size
+  // is written from where it lies (from file to file when it lies in the
+  // source view) without a copy into the buffer.
   bool AppendInPlace(const std::byte* data, std::size_t size);
   // Writes out what is staged.
   bool Flush();
@@ -41,17 +44,22 @@ class SaveStream {
   // Below this a copy into the buffer is cheaper than a write of its own.
   static constexpr std::size_t kInPlaceAtLeast = 16u << 10;
 
-  bool FlushRun();
+  // Appends to the buffer (or writes at once what would fill it).
+  bool Stage(const std::byte* data, std::size_t size);
+  // Stages a short run, or writes a long one after what is staged.
+  bool EndRun();
+  bool WriteRun(const std::byte* run, std::size_t size);
   // After a flush: room for at least `bytes`.
   void Grow(std::size_t bytes);
 
   FileHandle* file_;
   SysError* err_;
+  const MappedView* source_;
   std::unique_ptr<std::byte[]> stage_;
   std::size_t capacity_ = 0;
   std::size_t used_ = 0;
   std::uint64_t written_ = 0;
-  // A run of in-place bytes after the staged ones, not yet written.
+  // A run of in-place bytes after the staged ones, neither staged nor written.
   const std::byte* run_ = nullptr;
   std::size_t runSize_ = 0;
 };

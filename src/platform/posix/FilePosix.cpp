@@ -47,6 +47,43 @@ bool WriteAllAt(int fd, std::uint64_t offset, const void* data, std::size_t size
   return true;
 }
 
+// What CopyRange did: the whole range copied, an error, or nothing the
+// caller cannot finish by writing the bytes itself.
+enum class RangeCopy { Done, Failed, NotHere };
+
+// Copies within the kernel, from file to file. On NotHere, *copied bytes went
+// (the call can refuse after some progress, at a file system's edge).
+RangeCopy CopyRange(int from, std::uint64_t fromOffset, int to, std::uint64_t toOffset, std::size_t size,
+                    std::size_t* copied, SysError* err) {
+  *copied = 0;
+#if defined(__linux__)
+  auto in = static_cast<off_t>(fromOffset);
+  auto out = static_cast<off_t>(toOffset);
+  while (*copied < size) {
+    const ssize_t n = copy_file_range(from, &in, to, &out, size - *copied, 0);
+    if (n < 0) {
+      if (errno == EINTR) continue;
+      // Different file systems, a kernel or file system without the call, or
+      // a file it will not take: the bytes are written the ordinary way.
+      if (errno == EXDEV || errno == ENOSYS || errno == EOPNOTSUPP || errno == EINVAL || errno == EBADF ||
+          errno == EPERM || errno == ETXTBSY) {
+        return RangeCopy::NotHere;
+      }
+      FailErrno(err, errno);
+      return RangeCopy::Failed;
+    }
+    // The source ends early (it shrank under us): the caller's bytes say
+    // what the rest is.
+    if (n == 0) return RangeCopy::NotHere;
+    *copied += static_cast<std::size_t>(n);
+  }
+  return RangeCopy::Done;
+#else
+  (void)from, (void)fromOffset, (void)to, (void)toOffset, (void)size, (void)err;
+  return RangeCopy::NotHere;
+#endif
+}
+
 class PosixMappedView final : public MappedView {
  public:
   PosixMappedView(void* p, std::uint64_t size, int fd, bool writable) : fd_(fd), writable_(writable) {
@@ -79,6 +116,28 @@ class PosixMappedView final : public MappedView {
     if (!writable_) return Fail(err, kErrAccessDenied);
     if (offset > size_ || size > size_ - offset) return Fail(err, kErrInvalidParameter);
     return WriteAllAt(fd_, offset, bytes, size, err);
+  }
+
+  bool CopyFrom(std::uint64_t offset, const MappedView& source, std::uint64_t sourceOffset, std::size_t size,
+                SysError* err) override {
+    if (!writable_) return Fail(err, kErrAccessDenied);
+    if (!Holds(offset, size) || !source.Holds(sourceOffset, size)) return Fail(err, kErrInvalidParameter);
+    return CopyFileBytes(source, sourceOffset, fd_, offset, size, err);
+  }
+
+  // The file's bytes at offset of `source`, written into fd at toOffset: by
+  // the kernel when source is a view of this platform, else from the view.
+  static bool CopyFileBytes(const MappedView& source, std::uint64_t sourceOffset, int fd, std::uint64_t toOffset,
+                            std::size_t size, SysError* err) {
+    std::size_t copied = 0;
+    if (const auto* from = dynamic_cast<const PosixMappedView*>(&source)) {
+      switch (CopyRange(from->fd_, sourceOffset, fd, toOffset, size, &copied, err)) {
+        case RangeCopy::Done: return true;
+        case RangeCopy::Failed: return false;
+        case RangeCopy::NotHere: break;
+      }
+    }
+    return WriteAllAt(fd, toOffset + copied, source.data() + sourceOffset + copied, size - copied, err);
   }
 
   void Populate(std::uint64_t offset, std::uint64_t length, bool forWrite) override {
@@ -167,6 +226,12 @@ class PosixFileHandle final : public FileHandle {
 
   bool WriteAt(std::uint64_t offset, const void* data, std::size_t size, SysError* err) override {
     return WriteAllAt(fd_, offset, data, size, err);
+  }
+
+  bool WriteFromView(std::uint64_t offset, const MappedView& source, std::uint64_t sourceOffset, std::size_t size,
+                     SysError* err) override {
+    if (!source.Holds(sourceOffset, size)) return Fail(err, kErrInvalidParameter);
+    return PosixMappedView::CopyFileBytes(source, sourceOffset, fd_, offset, size, err);
   }
 
   bool Sync(SysError* err) override {
