@@ -105,6 +105,12 @@ class FileHandle {
     return WriteAt(offset, source.data() + sourceOffset, size, err);
   }
   virtual bool Sync(SysError* err) = 0;
+  // A hint that [offset, offset + length) is written for good: the system may
+  // start putting it on the disk now, so that a later Sync waits for less.
+  virtual void StartWriteback(std::uint64_t offset, std::uint64_t length) {
+    (void)offset;
+    (void)length;
+  }
   // Announces that this handle's file is mapped by a reader, so that a save
   // over it reports kErrUserMappedFile as it would on Windows.
   virtual void MarkMapped() {}

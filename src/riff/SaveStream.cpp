@@ -35,7 +35,7 @@ bool SaveStream::Stage(const std::byte* data, std::size_t size) {
   if (size >= kRun) {
     // Large results go out as they are, without a copy into the buffer.
     if (!Flush() || !file_->WriteAt(written_, data, size, err_)) return false;
-    written_ += size;
+    Written(size);
     return true;
   }
   if (capacity_ - used_ < size) {
@@ -68,7 +68,7 @@ bool SaveStream::EndRun() {
   if (size < kInPlaceAtLeast) return Stage(run, size);
   // The staged bytes come first.
   if (!Flush() || !WriteRun(run, size)) return false;
-  written_ += size;
+  Written(size);
   return true;
 }
 
@@ -83,11 +83,22 @@ bool SaveStream::WriteRun(const std::byte* run, std::size_t size) {
   return file_->WriteAt(written_, run, size, err_);
 }
 
+void SaveStream::Written(std::size_t size) {
+  written_ += size;
+  // The save syncs the file before it replaces the original: its disk
+  // writes start a few MiB at a time as the save goes, instead of all at the
+  // end (and not for every small write, which costs more than it saves).
+  if (written_ - writebackFrom_ >= kRun) {
+    file_->StartWriteback(writebackFrom_, written_ - writebackFrom_);
+    writebackFrom_ = written_;
+  }
+}
+
 bool SaveStream::Flush() {
   if (!EndRun()) return false;
   if (used_ == 0) return true;
   if (!file_->WriteAt(written_, stage_.get(), used_, err_)) return false;
-  written_ += used_;
+  Written(used_);
   used_ = 0;
   return true;
 }

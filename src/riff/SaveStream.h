@@ -49,6 +49,8 @@ class SaveStream {
   // Stages a short run, or writes a long one after what is staged.
   bool EndRun();
   bool WriteRun(const std::byte* run, std::size_t size);
+  // Counts size bytes written at the stream's end.
+  void Written(std::size_t size);
   // After a flush: room for at least `bytes`.
   void Grow(std::size_t bytes);
 
@@ -59,6 +61,8 @@ class SaveStream {
   std::size_t capacity_ = 0;
   std::size_t used_ = 0;
   std::uint64_t written_ = 0;
+  // Where the bytes whose disk writes have not been started begin.
+  std::uint64_t writebackFrom_ = 0;
   // A run of in-place bytes after the staged ones, neither staged nor written.
   const std::byte* run_ = nullptr;
   std::size_t runSize_ = 0;

@@ -114,53 +114,80 @@ bool RunOrdered(const OrderedJob& job, unsigned threads, std::size_t ahead) {
   };
   std::vector<Slot> slots(ahead);  // item i lives in slot i % ahead
   std::mutex mutex;
-  std::condition_variable changed;
+  // Every wake-up is a system call and, on a busy machine, a switch of
+  // threads: the caller is woken only for the item it waits for, and
+  // workers only when one of them waits for room.
+  std::condition_variable nextReady;
+  std::condition_variable roomMade;
   std::size_t nextToProduce = 0;
   std::size_t nextToConsume = 0;
+  bool callerWaits = false;
+  unsigned workersWaiting = 0;
   bool stop = false;
+
+  auto hasRoom = [&] { return nextToProduce < job.count && nextToProduce < nextToConsume + ahead; };
+  // Produces item nextToProduce into its slot. REQUIRES: lock held, hasRoom().
+  auto produceOne = [&](std::unique_lock<std::mutex>& lock, std::vector<std::byte>& buffer) {
+    const std::size_t i = nextToProduce++;
+    lock.unlock();
+    buffer.clear();
+    const bool ok = job.produce(i, buffer);
+    lock.lock();
+    Slot& slot = slots[i % ahead];
+    slot.data.swap(buffer);
+    slot.ok = ok;
+    slot.ready = true;
+    if (i == nextToConsume && callerWaits) nextReady.notify_one();
+  };
 
   const std::function<void()> work = [&] {
     std::vector<std::byte> buffer;
     std::unique_lock lock(mutex);
     for (;;) {
-      changed.wait(lock, [&] { return stop || nextToProduce >= job.count || nextToProduce < nextToConsume + ahead; });
+      if (!stop && nextToProduce < job.count && !hasRoom()) {
+        ++workersWaiting;
+        roomMade.wait(lock, [&] { return stop || hasRoom() || nextToProduce >= job.count; });
+        --workersWaiting;
+      }
       if (stop || nextToProduce >= job.count) return;
-      const std::size_t i = nextToProduce++;
-      lock.unlock();
-      buffer.clear();
-      const bool ok = job.produce(i, buffer);
-      lock.lock();
-      Slot& slot = slots[i % ahead];
-      slot.data.swap(buffer);
-      slot.ok = ok;
-      slot.ready = true;
-      changed.notify_all();
+      produceOne(lock, buffer);
     }
   };
 
-  pool.Start(threads, work);
+  // The caller works beside the pool's threads: it takes each result as soon
+  // as it is ready and produces items while it would otherwise wait.
+  pool.Start(threads - 1, work);
 
   bool result = true;
   std::vector<std::byte> taken;
-  for (std::size_t i = 0; i < job.count; ++i) {
-    {
-      std::unique_lock lock(mutex);
-      Slot& slot = slots[i % ahead];
-      changed.wait(lock, [&] { return slot.ready; });
-      taken.swap(slot.data);
-      slot.ready = false;
-      result = slot.ok;
+  std::vector<std::byte> own;
+  std::unique_lock lock(mutex);
+  while (nextToConsume < job.count) {
+    Slot& slot = slots[nextToConsume % ahead];
+    if (!slot.ready) {
+      if (hasRoom()) {
+        produceOne(lock, own);
+      } else {
+        callerWaits = true;
+        nextReady.wait(lock, [&] { return slot.ready; });
+        callerWaits = false;
+      }
+      continue;
     }
-    result = result && job.consume(i, taken);
-    std::lock_guard lock(mutex);
-    if (!result) {
-      stop = true;
-      changed.notify_all();
-      break;
-    }
+    taken.swap(slot.data);
+    slot.ready = false;
+    const bool produced = slot.ok;
+    const std::size_t i = nextToConsume;
+    lock.unlock();
+    result = produced && job.consume(i, taken);
+    lock.lock();
+    if (!result) break;
     nextToConsume = i + 1;
-    changed.notify_all();
+    if (workersWaiting > 0) roomMade.notify_all();
   }
+  stop = true;
+  roomMade.notify_all();
+  lock.unlock();
   pool.Wait();
   return result;
 }

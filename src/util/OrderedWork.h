@@ -2,8 +2,8 @@
 // in their numbered order on the calling thread: a save compresses its frames
 // in parallel yet writes them front to back, byte for byte as one thread would.
 //
-// Thread safety: Produce runs on workers, several at once, each on its own
-// item; Consume runs on the calling thread only, never beside another Consume.
+// Thread safety: Produce runs on workers and on the calling thread, several
+// at once, each on its own item; Consume runs on the calling thread only.
 #pragma once
 
 #include <cstddef>
@@ -28,10 +28,11 @@ struct OrderedJob {
   std::function<bool(std::size_t i, std::vector<std::byte>& result)> consume;
 };
 
-// Runs the job with `threads` workers of a pool that lives as long as the
-// process (at most `ahead` results waiting to be consumed, which bounds the
-// memory held); while another job holds the pool, or on a worker, the caller
-// does all the work itself. Returns false when a call returned false; items
+// Runs the job on `threads` threads: the caller, which also produces while
+// the next result is not ready, and threads - 1 of a pool that lives as long
+// as the process (at most `ahead` results waiting to be consumed, which
+// bounds the memory held). While another job holds the pool, or on a worker,
+// the caller does all the work itself. Returns false when a call returned false; items
 // after that one are neither produced nor consumed.
 bool RunOrdered(const OrderedJob& job, unsigned threads, std::size_t ahead);
 
