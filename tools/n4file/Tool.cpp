@@ -9,10 +9,9 @@
 
 #include <spng.h>
 
+#include <n4file/Console.h>
 #include <n4file/Files.h>
 #include <n4file/SequenceFile.h>
-
-#include "Terminal.h"
 
 namespace n4tool {
 
@@ -29,7 +28,7 @@ std::string CauseWithoutFile(const std::string& what, const std::string& fileNam
 void UsageError(const std::string& message) { throw CLI::ValidationError(message); }
 
 Progress::Progress(std::string what, std::uint64_t total)
-    : m_what(std::move(what)), m_total(total), m_terminal(StderrIsTerminal()) {}
+    : m_what(std::move(what)), m_total(total), m_terminal(n4::StandardErrorIsTerminal()) {}
 
 Progress::~Progress() {
   if (m_drawn) std::fprintf(stderr, "\r\033[K");

@@ -12,6 +12,7 @@
 #include <thread>
 #include <vector>
 
+#include "n4file/Console.h"
 #include "platform/Env.h"
 #include "platform/posix/ErrorsPosix.h"
 #include "platform/posix/Fd.h"
@@ -296,5 +297,7 @@ Env* DefaultPlatformEnv() {
   static PosixEnv env;
   return &env;
 }
+
+bool StandardErrorIsTerminal() { return isatty(STDERR_FILENO) != 0; }
 
 }  // namespace n4

@@ -9,6 +9,7 @@
 #include <chrono>
 #include <vector>
 
+#include "n4file/Console.h"
 #include "platform/Env.h"
 #include "platform/win32/ErrorsWin32.h"
 #include "platform/win32/FileWin32.h"
@@ -410,6 +411,12 @@ std::tm ToLocalTime(std::chrono::system_clock::time_point t) {
 Env* DefaultPlatformEnv() {
   static Win32Env env;
   return &env;
+}
+
+bool StandardErrorIsTerminal() {
+  DWORD mode = 0;
+  // A console answers for its mode; a file or a pipe does not.
+  return GetConsoleMode(GetStdHandle(STD_ERROR_HANDLE), &mode) != 0;
 }
 
 }  // namespace n4
