@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "files/DataFiles.h"
+#include "support/DataFiles.h"
 #include "n4file/Calibration.h"
-#include "script/FullDiskEnv.h"
+#include "support/FullDiskEnv.h"
 #include "support/TestSupport.h"
 
 namespace {

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "calibration/CalibrationDate.h"
-#include "files/DataFiles.h"
+#include "support/DataFiles.h"
 #include "n4file/Calibration.h"
 #include "registry/RegistryTestEnv.h"
 

@@ -6,7 +6,7 @@
 #include <numeric>
 #include <vector>
 
-#include "files/DataFiles.h"
+#include "support/DataFiles.h"
 #include "n4file/Calibration.h"
 
 namespace {

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "DataFiles.h"
+#include "support/DataFiles.h"
 #include "n4file/Files.h"
 
 namespace {

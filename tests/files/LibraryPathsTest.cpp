@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <string>
 
-#include "DataFiles.h"
+#include "support/DataFiles.h"
 #include "n4file/Files.h"
 #include "platform/Env.h"
 

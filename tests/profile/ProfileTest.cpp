@@ -9,7 +9,7 @@
 #include "profile/Profile.h"
 #include "profile/ProfileCache.h"
 #include "profile/ProfileText.h"
-#include "files/DataFiles.h"
+#include "support/DataFiles.h"
 #include "support/TestSupport.h"
 
 namespace {

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "files/DataFiles.h"
+#include "support/DataFiles.h"
 #include "registry/RegFormat.h"
 #include "registry/Utf16.h"
 #include "RegistryTestEnv.h"

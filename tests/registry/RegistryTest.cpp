@@ -7,7 +7,7 @@
 #include "registry/StoreSelection.h"
 #include "registry/RegFormat.h"
 #include "registry/Utf16.h"
-#include "files/DataFiles.h"
+#include "support/DataFiles.h"
 #include "RegistryTestEnv.h"
 
 namespace {

@@ -5,7 +5,7 @@
 
 #include "RtdJson.h"
 #include "n4file/Rtd.h"
-#include "rtd/RtdSample.h"
+#include "support/RtdSample.h"
 #include "support/TestSupport.h"
 
 namespace {

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "n4file/Script.h"
-#include "script/FullDiskEnv.h"
+#include "support/FullDiskEnv.h"
 #include "support/TestSupport.h"
 
 namespace {

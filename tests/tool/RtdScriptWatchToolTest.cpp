@@ -10,7 +10,7 @@
 
 #include <n4file/Rtd.h>
 
-#include "../rtd/RtdSample.h"
+#include "../support/RtdSample.h"
 #include "ToolRunner.h"
 
 namespace fs = std::filesystem;
