@@ -67,8 +67,14 @@ bool SaveStream::EndRun() {
   // A short run costs less copied into the buffer than written on its own.
   if (size < kInPlaceAtLeast) return Stage(run, size);
   // The staged bytes come first.
-  if (!Flush() || !WriteRun(run, size)) return false;
-  Written(size);
+  if (!Flush()) return false;
+  // In parts, so that the disk writes of one overlap the copy of the next.
+  for (std::size_t done = 0; done < size;) {
+    const std::size_t part = std::min(size - done, kRun);
+    if (!WriteRun(run + done, part)) return false;
+    Written(part);
+    done += part;
+  }
   return true;
 }
 
