@@ -65,6 +65,14 @@ class MappedView {
     std::memcpy(data_ + offset, bytes, size);
     return true;
   }
+  // Copies size bytes at offset of the view to dest, as a copy from data()
+  // would. Where the system keeps file reads and views coherent the bytes come
+  // through the file, so that no page of the view is faulted in.
+  virtual bool Read(std::uint64_t offset, void* dest, std::size_t size, SysError* err) const {
+    if (!Holds(offset, size)) return Fail(err, kErrInvalidParameter);
+    std::memcpy(dest, data_ + offset, size);
+    return true;
+  }
   // As Write(offset, source.data() + sourceOffset, size). Where the system
   // copies between files itself, the bytes go from the source's file to this
   // one without passing through either view: no page of either is faulted in.
@@ -97,13 +105,6 @@ class FileHandle {
   // is kErrDiskFull. Writing whole runs this way fills the system's cache
   // without first zeroing fresh pages, as writing through a new mapping does.
   virtual bool WriteAt(std::uint64_t offset, const void* data, std::size_t size, SysError* err) = 0;
-  // As WriteAt(offset, source.data() + sourceOffset, size), from file to file
-  // where the system can (see MappedView::CopyFrom, and its requirement).
-  virtual bool WriteFromView(std::uint64_t offset, const MappedView& source, std::uint64_t sourceOffset,
-                             std::size_t size, SysError* err) {
-    if (!source.Holds(sourceOffset, size)) return Fail(err, kErrInvalidParameter);
-    return WriteAt(offset, source.data() + sourceOffset, size, err);
-  }
   virtual bool Sync(SysError* err) = 0;
   // A hint that [offset, offset + length) is written for good: the system may
   // start putting it on the disk now, so that a later Sync waits for less.

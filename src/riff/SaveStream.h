@@ -1,8 +1,11 @@
 // The saved file written front to back through a staging buffer, in whole
-// runs: records are copied into the buffer and the buffer is written at the
-// file's end when it fills. Writing the system's cache this way costs one
-// copy per byte; writing through a fresh mapping costs a page fault and the
-// zeroing of every page besides.
+// 4 MiB blocks at 4 MiB boundaries: records are copied into the buffer, and
+// each block goes out with one positioned write as soon as it is full.
+// Writing the system's cache this way costs one copy per byte; writing
+// through a fresh mapping costs a page fault and the zeroing of every page
+// besides. Whole aligned writes also let the system keep the new file in
+// large pages, which a reader (a player maps the file) maps at a fraction of
+// the cost of small ones; writes of odd sizes at odd offsets do not.
 //
 // Thread safety: one object belongs to one thread.
 #pragma once
@@ -17,42 +20,39 @@ namespace n4 {
 
 class SaveStream {
  public:
-  // `source`, when given, is the view in-place runs lie in: they go from its
-  // file to this one without passing through memory where the system can.
+  // `source`, when given, is the view in-place records lie in: they are read
+  // from its file, so that no page of the view is faulted in.
   SaveStream(FileHandle* file, SysError* err, const MappedView* source = nullptr)
       : file_(file), err_(err), source_(source) {}
 
-  // Zeroed room for `bytes` at the end of the stream, after writing out what
-  // is staged when the buffer lacks room; null when that write failed.
+  // Zeroed room for `bytes` at the end of the stream; null when writing out
+  // a full block failed.
   // REQUIRES: Commit before the next Reserve or Append.
   std::byte* Reserve(std::size_t bytes);
   // The reserved bytes up to `end` belong to the stream.
   void Commit(const std::byte* end);
   bool Append(const std::byte* data, std::size_t size);
   // As Append, for bytes that stay in place until Flush (a mapped file):
-  // records that lie side by side join into one run, and a run of some size
-  // is written from where it lies (from file to file when it lies in the
-  // source view) without a copy into the buffer.
+  // records that lie side by side join into one run, copied in one go.
   bool AppendInPlace(const std::byte* data, std::size_t size);
-  // Writes out what is staged.
+  // Writes out everything, the last block short.
   bool Flush();
   // Bytes in the stream so far, written out or staged.
   std::uint64_t Length() const { return written_ + used_ + runSize_; }
 
  private:
-  static constexpr std::size_t kRun = 4u << 20;
-  // Below this a copy into the buffer is cheaper than a write of its own.
-  static constexpr std::size_t kInPlaceAtLeast = 16u << 10;
+  static constexpr std::size_t kBlock = 4u << 20;
 
-  // Appends to the buffer (or writes at once what would fill it).
-  bool Stage(const std::byte* data, std::size_t size);
-  // Stages a short run, or writes a long one after what is staged.
+  // Room for `bytes` more staged bytes.
+  void MakeRoom(std::size_t bytes);
+  // Writes every whole block staged, keeping the rest at the buffer's front.
+  bool WriteWholeBlocks();
+  // Stages size bytes at data, or those at offset of the source view when
+  // `fromSource`, writing each block as it fills.
+  bool StageBytes(const std::byte* data, std::uint64_t offset, std::size_t size, bool fromSource);
+  // Stages the pending run.
   bool EndRun();
-  bool WriteRun(const std::byte* run, std::size_t size);
-  // Counts size bytes written at the stream's end.
-  void Written(std::size_t size);
-  // After a flush: room for at least `bytes`.
-  void Grow(std::size_t bytes);
+  bool WriteOut(const std::byte* data, std::size_t size);
 
   FileHandle* file_;
   SysError* err_;
@@ -63,7 +63,7 @@ class SaveStream {
   std::uint64_t written_ = 0;
   // Where the bytes whose disk writes have not been started begin.
   std::uint64_t writebackFrom_ = 0;
-  // A run of in-place bytes after the staged ones, neither staged nor written.
+  // A run of in-place bytes after the staged ones, not yet staged.
   const std::byte* run_ = nullptr;
   std::size_t runSize_ = 0;
 };

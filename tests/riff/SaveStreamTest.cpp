@@ -60,7 +60,7 @@ std::string AppendMix(n4::SaveStream& stream, const n4::MappedView& source, unsi
   return expected;
 }
 
-// The system's file-to-file copy, and the copy from the view's bytes that a
+// Bytes read from the source's file, and the copy from the view's bytes that a
 // wrapped view (or another platform) gets.
 class SaveStreamTest : public ::testing::TestWithParam<bool> {};
 
@@ -91,7 +91,7 @@ TEST_P(SaveStreamTest, WritesWhatWasAppendedInOrder) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Copies, SaveStreamTest, ::testing::Bool(),
-                         [](const auto& info) { return info.param ? "FromTheView" : "FileToFile"; });
+                         [](const auto& info) { return info.param ? "CopiedFromTheView" : "ReadFromTheFile"; });
 
 TEST(SaveStream, AFailedWriteIsReportedWithItsError) {
   n4test::TempDir dir;

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 
 #include "platform/posix/ErrorsPosix.h"
 #include "platform/posix/ShareLocks.h"
@@ -118,26 +119,38 @@ class PosixMappedView final : public MappedView {
     return WriteAllAt(fd_, offset, bytes, size, err);
   }
 
+  bool Read(std::uint64_t offset, void* dest, std::size_t size, SysError* err) const override {
+    if (!Holds(offset, size)) return Fail(err, kErrInvalidParameter);
+    // A view of our own writes (shared) is the file's cache; a read-only view
+    // is private, and the file holds what it shows as long as nothing was
+    // written through it, which the library never does.
+    auto* p = static_cast<char*>(dest);
+    while (size > 0) {
+      const ssize_t n = pread(fd_, p, size, static_cast<off_t>(offset));
+      if (n < 0 && errno == EINTR) continue;
+      if (n < 0) return FailErrno(err, errno);
+      // The file ends before the view does: it was cut under us.
+      if (n == 0) return Fail(err, kErrFileInvalid);
+      p += n;
+      size -= static_cast<std::size_t>(n);
+      offset += static_cast<std::uint64_t>(n);
+    }
+    return true;
+  }
+
   bool CopyFrom(std::uint64_t offset, const MappedView& source, std::uint64_t sourceOffset, std::size_t size,
                 SysError* err) override {
     if (!writable_) return Fail(err, kErrAccessDenied);
     if (!Holds(offset, size) || !source.Holds(sourceOffset, size)) return Fail(err, kErrInvalidParameter);
-    return CopyFileBytes(source, sourceOffset, fd_, offset, size, err);
-  }
-
-  // The file's bytes at offset of `source`, written into fd at toOffset: by
-  // the kernel when source is a view of this platform, else from the view.
-  static bool CopyFileBytes(const MappedView& source, std::uint64_t sourceOffset, int fd, std::uint64_t toOffset,
-                            std::size_t size, SysError* err) {
     std::size_t copied = 0;
     if (const auto* from = dynamic_cast<const PosixMappedView*>(&source)) {
-      switch (CopyRange(from->fd_, sourceOffset, fd, toOffset, size, &copied, err)) {
+      switch (CopyRange(from->fd_, sourceOffset, fd_, offset, size, &copied, err)) {
         case RangeCopy::Done: return true;
         case RangeCopy::Failed: return false;
         case RangeCopy::NotHere: break;
       }
     }
-    return WriteAllAt(fd, toOffset + copied, source.data() + sourceOffset + copied, size - copied, err);
+    return WriteAllAt(fd_, offset + copied, source.data() + sourceOffset + copied, size - copied, err);
   }
 
   void Populate(std::uint64_t offset, std::uint64_t length, bool forWrite) override {
@@ -226,12 +239,6 @@ class PosixFileHandle final : public FileHandle {
 
   bool WriteAt(std::uint64_t offset, const void* data, std::size_t size, SysError* err) override {
     return WriteAllAt(fd_, offset, data, size, err);
-  }
-
-  bool WriteFromView(std::uint64_t offset, const MappedView& source, std::uint64_t sourceOffset, std::size_t size,
-                     SysError* err) override {
-    if (!source.Holds(sourceOffset, size)) return Fail(err, kErrInvalidParameter);
-    return PosixMappedView::CopyFileBytes(source, sourceOffset, fd_, offset, size, err);
   }
 
   bool Sync(SysError* err) override {
