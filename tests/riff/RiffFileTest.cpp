@@ -257,6 +257,32 @@ TEST_F(RiffFileTest, AFailedGrowthKeepsObjectsValid) {
   ASSERT_EQ(f.Update(), 1);
 }
 
+TEST_F(RiffFileTest, ObjectsFollowAMappingThatMovesAsItGrows) {
+  std::string path = MakeSample("m.tst");
+  env_.moveViewsOnGrow = true;
+  CTestBlobFile f;
+  ASSERT_EQ(f.Open(path, OpenModify), 1);
+  const void* before = f.GetViewBase();
+  ASSERT_EQ(f.AddBlob(300000, 9), 5);
+  ASSERT_NE(f.GetViewBase(), before);
+  // Every pointer into the old pages followed them: the outer chunk, sized
+  // from its form type after the append, and each record.
+  const auto used = static_cast<std::byte*>(f.GetEnd()) - static_cast<std::byte*>(f.GetViewBase());
+  EXPECT_EQ(f.GetSize(), static_cast<DWORD>(used - 8));
+  EXPECT_EQ(f.SetCommentsString("a comment longer than the first one"), 1);
+  for (unsigned i = 1; i <= 3; ++i) EXPECT_TRUE(f.Blob(1 + i)->Holds(i));
+  ASSERT_EQ(f.Update(), 1) << f.GetPtrToErrorString();
+  f.Close();
+
+  CTestBlobFile r;
+  ASSERT_EQ(r.Open(path, OpenReadOnly), 1);
+  ASSERT_EQ(r.GetObjectCount(), 6);
+  EXPECT_STREQ(r.GetPtrToComments(), "a comment longer than the first one");
+  EXPECT_STREQ(r.GetPtrToSoftware(), "tests");
+  for (unsigned i = 1; i <= 3; ++i) EXPECT_TRUE(r.Blob(1 + i)->Holds(i));
+  EXPECT_TRUE(r.Blob(5)->Holds(9));
+}
+
 TEST_F(RiffFileTest, ANewFileSavesToAPathThatDoesNotExistYet) {
   std::string path = dir_.File("new.tst");
   CTestBlobFile f;

@@ -19,15 +19,27 @@ std::string WithoutTrailingSeparator(std::string dir) {
   return dir;
 }
 
-// Fails growth beyond the environment's limit; everything else is the real view.
+// Fails growth beyond the environment's limit, or moves the view as it grows;
+// everything else is the real view.
 class FaultMappedView final : public n4::MappedView {
  public:
-  FaultMappedView(std::unique_ptr<n4::MappedView> target, FaultEnv* env) : target_(std::move(target)), env_(env) {
+  // `file` maps the view again when it moves; the handle outlives its views.
+  FaultMappedView(std::unique_ptr<n4::MappedView> target, FaultEnv* env, n4::FileHandle* file)
+      : target_(std::move(target)), env_(env), file_(file) {
     Sync();
   }
   bool Flush(n4::SysError* err) override { return target_->Flush(err); }
   bool Grow(std::uint64_t newSize, n4::SysError* err) override {
     if (env_->failMapAbove && newSize > env_->failMapAbove) return n4::Fail(err, n4::kErrDiskFull);
+    if (env_->moveViewsOnGrow) {
+      // Mapped while the old view still holds its addresses: the new one
+      // cannot land on them.
+      auto moved = file_->Map(newSize, true, err);
+      if (!moved) return false;
+      target_ = std::move(moved);
+      Sync();
+      return true;
+    }
     bool ok = target_->Grow(newSize, err);
     Sync();
     return ok;
@@ -46,6 +58,7 @@ class FaultMappedView final : public n4::MappedView {
   }
   std::unique_ptr<n4::MappedView> target_;
   FaultEnv* env_;
+  n4::FileHandle* file_;
 };
 
 class FaultFileHandle final : public n4::FileHandle {
@@ -59,7 +72,7 @@ class FaultFileHandle final : public n4::FileHandle {
   std::unique_ptr<n4::MappedView> Map(std::uint64_t size, bool writable, n4::SysError* err) override {
     auto view = target_->Map(size, writable, err);
     if (!view) return nullptr;
-    return std::make_unique<FaultMappedView>(std::move(view), env_);
+    return std::make_unique<FaultMappedView>(std::move(view), env_, target_.get());
   }
   bool GetInformation(BY_HANDLE_FILE_INFORMATION* info, n4::SysError* err) override {
     return target_->GetInformation(info, err);

@@ -36,6 +36,9 @@ class FaultEnv : public n4::EnvWrapper {
   std::string tempDir;
   // Growing a writable mapping beyond this fails with a full disk (0: no limit).
   std::uint64_t failMapAbove = 0;
+  // A writable mapping that grows always moves to new addresses (the old
+  // ones are unmapped), as it may wherever the system cannot grow in place.
+  bool moveViewsOnGrow = false;
   // The free space reported for every root, in bytes (-1: the real value).
   std::int64_t freeBytes = -1;
   // The clock, when set.
