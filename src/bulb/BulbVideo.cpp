@@ -5,6 +5,9 @@
 // the other way round, so a save pass or a load pass pays for one codec setup.
 #include <algorithm>
 #include <cstring>
+#include <memory>
+#include <mutex>
+#include <optional>
 #include <vector>
 
 #include "bulb/BulbCodecs.h"
@@ -73,34 +76,87 @@ bool EnterState(SN4BulbCompInfo& info, DWORD state) {
   return true;
 }
 
-// A save that compresses on several workers gives each its own codec: the
-// sequence's one codec cannot encode two frames at once. Every stored frame
-// is a key frame, so a frame codes to the same bytes whichever codec saw the
-// frames before it.
-SN4BulbCompInfo& WorkerCompInfo(const SN4BulbCompInfo& shared) {
-  struct Own {
+// A save that compresses on several threads lends each frame a codec of its
+// own: the sequence's one codec cannot encode two frames at once, and the
+// sequence's record is not touched while the frames are spread (another
+// thread may be copying its settings). Every stored frame is a key frame, so
+// a frame codes to the same bytes whichever codec saw the frames before it.
+//
+// The records are lent from a table that lives as long as the process and
+// holds one per thread compressing at once; nothing is thread-local, so no
+// destructor runs as a thread ends (with mingw-w64 a DLL's thread-local
+// destructors run after that state is gone).
+class CodecLender {
+ public:
+  struct Record {
     const SN4BulbCompInfo* source = nullptr;
     DWORD height = 0, width = 0, color = 0;
     LONG quality = 0;
     std::unique_ptr<SN4BulbCompInfo> info;
+    bool Matches(const SN4BulbCompInfo& shared) const {
+      return info && source == &shared && height == shared.m_dwHeight && width == shared.m_dwWidth &&
+             color == shared.m_dwColor && quality == shared.m_CompVars.lQ;
+    }
   };
-  thread_local Own own;
-  if (!own.info || own.source != &shared || own.height != shared.m_dwHeight || own.width != shared.m_dwWidth ||
-      own.color != shared.m_dwColor || own.quality != shared.m_CompVars.lQ) {
-    own.info = std::make_unique<SN4BulbCompInfo>(shared);  // settings only, no open codec
-    own.source = &shared;
-    own.height = shared.m_dwHeight;
-    own.width = shared.m_dwWidth;
-    own.color = shared.m_dwColor;
-    own.quality = shared.m_CompVars.lQ;
+
+  static CodecLender& Instance() {
+    static auto* lender = new CodecLender;  // never destroyed, see above
+    return *lender;
   }
-  return *own.info;
-}
+
+  // A record with the settings of `shared`, preferably one already set up.
+  std::unique_ptr<Record> Borrow(const SN4BulbCompInfo& shared) {
+    std::unique_ptr<Record> record;
+    {
+      std::lock_guard lock(mutex_);
+      auto match = std::find_if(idle_.begin(), idle_.end(), [&](const auto& r) { return r->Matches(shared); });
+      if (match == idle_.end() && !idle_.empty()) match = idle_.end() - 1;
+      if (match != idle_.end()) {
+        record = std::move(*match);
+        idle_.erase(match);
+      }
+    }
+    if (!record) record = std::make_unique<Record>();
+    if (!record->Matches(shared)) {
+      record->info = std::make_unique<SN4BulbCompInfo>(shared);  // settings only, no open codec
+      record->source = &shared;
+      record->height = shared.m_dwHeight;
+      record->width = shared.m_dwWidth;
+      record->color = shared.m_dwColor;
+      record->quality = shared.m_CompVars.lQ;
+    }
+    return record;
+  }
+
+  void GiveBack(std::unique_ptr<Record> record) {
+    std::lock_guard lock(mutex_);
+    idle_.push_back(std::move(record));
+  }
+
+ private:
+  std::mutex mutex_;
+  std::vector<std::unique_ptr<Record>> idle_;
+};
+
+// A codec record lent for one frame.
+class LentCodec {
+ public:
+  explicit LentCodec(const SN4BulbCompInfo& shared) : record_(CodecLender::Instance().Borrow(shared)) {}
+  ~LentCodec() { CodecLender::Instance().GiveBack(std::move(record_)); }
+  LentCodec(const LentCodec&) = delete;
+  LentCodec& operator=(const LentCodec&) = delete;
+  SN4BulbCompInfo& info() { return *record_->info; }
+
+ private:
+  std::unique_ptr<CodecLender::Record> record_;
+};
 
 }  // namespace
 
 DWORD CN4BulbData::CompressVideo(const BYTE* src, DWORD n, BYTE* out) {
-  SN4BulbCompInfo& info = n4::IsOrderedWorker() ? WorkerCompInfo(*m_pBulbCompInfo) : *m_pBulbCompInfo;
+  std::optional<LentCodec> lent;
+  if (n4::IsOrderedWorker()) lent.emplace(*m_pBulbCompInfo);
+  SN4BulbCompInfo& info = lent ? lent->info() : *m_pBulbCompInfo;
   const DWORD frame = info.FrameSize();
   if (frame == 0 || n < frame || !EnterState(info, n4::kCodecCompressing)) {
     return n4::bulb::StoreRaw(src, n, out, &m_nCompressMethod);

@@ -7,6 +7,7 @@
 #include <mutex>
 #include <string>
 #include <thread>
+#include <utility>
 
 #include "platform/Env.h"
 
@@ -131,7 +132,16 @@ bool RunOrdered(const OrderedJob& job, unsigned threads, std::size_t ahead) {
     const std::size_t i = nextToProduce++;
     lock.unlock();
     buffer.clear();
-    const bool ok = job.produce(i, buffer);
+    bool ok = false;
+    {
+      // The caller produces as a worker does: nothing shared by the job's
+      // items is used, and a nested job runs alone.
+      struct AsWorker {
+        bool was = std::exchange(tIsWorker, true);
+        ~AsWorker() { tIsWorker = was; }
+      } asWorker;
+      ok = job.produce(i, buffer);
+    }
     lock.lock();
     Slot& slot = slots[i % ahead];
     slot.data.swap(buffer);

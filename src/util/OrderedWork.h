@@ -17,7 +17,9 @@ namespace n4 {
 // 1 keeps all work on the calling thread.
 unsigned WorkerThreadCount();
 
-// True on a thread that RunOrdered started.
+// True while an item of RunOrdered's is produced: on a pool thread, or on the
+// calling thread as it produces. Such code may run beside other items, so it
+// must not use what they share (a sequence's codec record).
 bool IsOrderedWorker();
 
 struct OrderedJob {
