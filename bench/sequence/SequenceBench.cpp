@@ -38,18 +38,6 @@ const Shape kA{"A", 32, 96, Mono1, 4999};   // with the end frame: 5000 frames
 const Shape kB{"B", 128, 256, RGB16MB, 499};
 const Shape kC{"C", 512, 1024, RGB16MB, 99};
 
-// The worker count of a save, as a user sets it.
-class ThreadsEnv : public n4::EnvWrapper {
- public:
-  explicit ThreadsEnv(int threads) : EnvWrapper(n4::Env::Default()), threads_(std::to_string(threads)) {}
-  std::string GetEnvironmentVariable(const std::string& name) override {
-    return name == "N4FILE_THREADS" ? threads_ : target()->GetEnvironmentVariable(name);
-  }
-
- private:
-  std::string threads_;
-};
-
 std::string Dir() {
   static const std::string dir = [] {
     fs::path p = fs::temp_directory_path() / "n4file-sequence-bench";
@@ -127,7 +115,8 @@ void BM_Save(benchmark::State& state, const Shape* s, DWORD compression) {
 
 // A compressed save with a given number of workers.
 void BM_SaveThreads(benchmark::State& state, const Shape* s, DWORD compression) {
-  ThreadsEnv env(static_cast<int>(state.range(0)));
+  // The worker count of a save, as a user sets it.
+  n4::EnvWithVariables env(n4::Env::Default(), {{"N4FILE_THREADS", std::to_string(state.range(0))}});
   n4::ScopedEnv scoped(&env);
   BM_Save(state, s, compression);
 }

@@ -13,8 +13,10 @@
 #include <cstdint>
 #include <cstring>
 #include <ctime>
+#include <map>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "n4file/Types.h"
@@ -320,6 +322,22 @@ class EnvWrapper : public Env {
 
  private:
   Env* target_;
+};
+
+// The platform with some environment variables set for the library alone,
+// not for the process (tests and benchmarks choose a worker count or a
+// registry directory this way).
+class EnvWithVariables : public EnvWrapper {
+ public:
+  EnvWithVariables(Env* target, std::map<std::string, std::string> variables)
+      : EnvWrapper(target), variables_(std::move(variables)) {}
+  std::string GetEnvironmentVariable(const std::string& name) override {
+    const auto it = variables_.find(name);
+    return it != variables_.end() ? it->second : target()->GetEnvironmentVariable(name);
+  }
+
+ private:
+  std::map<std::string, std::string> variables_;
 };
 
 // Installs an Env for the lifetime of this object (tests only; not thread-safe).

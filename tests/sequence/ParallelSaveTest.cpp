@@ -14,21 +14,9 @@ namespace {
 
 using n4test::Bytes;
 
-// The worker count a test asks for, as a user sets it.
-class ThreadsEnv : public n4::EnvWrapper {
- public:
-  explicit ThreadsEnv(std::string threads) : EnvWrapper(n4::Env::Default()), threads_(std::move(threads)) {}
-  std::string GetEnvironmentVariable(const std::string& name) override {
-    return name == "N4FILE_THREADS" ? threads_ : target()->GetEnvironmentVariable(name);
-  }
-
- private:
-  std::string threads_;
-};
-
 std::string SaveWithThreads(const std::string& path, const char* threads, WORD height, WORD width,
                       tag_N4_SIGN_COLOR color, DWORD compression) {
-  ThreadsEnv env(threads);
+  n4::EnvWithVariables env(n4::Env::Default(), {{"N4FILE_THREADS", threads}});
   n4::ScopedEnv scoped(&env);
   CN4SequenceFile f;
   EXPECT_TRUE(f.OpenCreate(path.c_str(), height, width, color, PixelTechL));
