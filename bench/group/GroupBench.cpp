@@ -29,20 +29,9 @@ namespace fs = std::filesystem;
 constexpr int kLevels = 10;
 constexpr int kSigns = 10000;
 
-class BenchEnv : public n4::EnvWrapper {
- public:
-  explicit BenchEnv(std::string dir) : EnvWrapper(n4::Env::Default()), dir_(std::move(dir)) {}
-  std::string GetEnvironmentVariable(const std::string& name) override {
-    return name == "N4_REGISTRY_DIR" ? dir_ : target()->GetEnvironmentVariable(name);
-  }
-
- private:
-  std::string dir_;
-};
-
 struct Tree {
   fs::path dir;
-  std::unique_ptr<BenchEnv> env;
+  std::unique_ptr<n4::EnvWithVariables> env;
   std::unique_ptr<n4::ScopedEnv> scoped;
   std::unique_ptr<CN4FileGroup> group;
   std::string path;
@@ -53,7 +42,8 @@ struct Tree {
     dir = fs::temp_directory_path() / "n4file-group-bench";
     fs::remove_all(dir);
     fs::create_directories(dir / "data");
-    env = std::make_unique<BenchEnv>(dir.string());
+    env = std::make_unique<n4::EnvWithVariables>(n4::Env::Default(),
+                                                 std::map<std::string, std::string>{{"N4_REGISTRY_DIR", dir.string()}});
     scoped = std::make_unique<n4::ScopedEnv>(env.get());
     CN4Registry reg;
     if (!reg.CreateMachineRegistryKey("File Locations")) std::abort();
@@ -67,7 +57,12 @@ struct Tree {
       for (long parent : level) {
         for (int child = 0; child < 2; ++child) {
           long id = 0;
-          if (!group->AddGroup("g" + std::to_string(depth) + "." + std::to_string(next.size()), 16, 80, 0, &id) ||
+          // Appended piece by piece: GCC 12 warns falsely on "lit" + a temporary.
+          std::string name = "g";
+          name += std::to_string(depth);
+          name += '.';
+          name += std::to_string(next.size());
+          if (!group->AddGroup(name, 16, 80, 0, &id) ||
               !group->AddMember(parent, id, n4::kGroupMemberGroup)) {
             std::abort();
           }
