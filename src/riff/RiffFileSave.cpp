@@ -179,10 +179,9 @@ int CN4RiffFile::WriteSavedCopy(n4::FileHandle* out, int compress, std::uint64_t
   // As at opening, nothing is mapped in ahead: stored records go from the
   // working file to the saved one without passing through the mapping.
   n4::SaveStream stream(out, &LastSysError(), m_pMapping.get());
-  std::byte* header = stream.Reserve(12);
-  if (!header) return 0;
+  std::byte header[12];
   WriteChunkHeader(header, n4::kFourccRIFF, 4, Type());
-  stream.Commit(header + 12);
+  if (!stream.Append(header, sizeof header)) return 0;
 
   const std::size_t count = m_aObjects.size();
   auto overran = [&]() {
@@ -191,50 +190,33 @@ int CN4RiffFile::WriteSavedCopy(n4::FileHandle* out, int compress, std::uint64_t
     return 0;
   };
   // A copy that compresses spends its time in the codecs: the records are
-  // compressed on workers and written here in their order, the same bytes
-  // one thread writes. Plain copies are bound by memory and stay here.
+  // compressed on several threads and written here in their order, the same
+  // bytes one thread writes. Plain copies are bound by memory and stay on
+  // this thread.
   const unsigned threads = compress != 0 ? n4::WorkerThreadCount() : 1;
-  if (threads > 1 && count > 1) {
-    n4::OrderedJob job;
-    job.count = count;
-    job.produce = [&](std::size_t i, std::vector<std::byte>& result) {
-      CN4RiffChunk* object = m_aObjects[i].get();
-      if (!object || object->IsCopyVerbatim(-1, compress)) return true;  // written as stored
-      result.assign(SavedRoom(*object, compress), std::byte{0});
-      std::byte* end = CopySaved(*object, result.data(), result.size(), compress);
-      if (!end) return false;
-      result.resize(static_cast<std::size_t>(end - result.data()));
-      return true;
-    };
-    bool writeFailed = false;
-    job.consume = [&](std::size_t i, std::vector<std::byte>& result) {
-      if (m_fnProgress) m_fnProgress(i, count);
-      CN4RiffChunk* object = m_aObjects[i].get();
-      if (object && result.empty() && object->IsCopyVerbatim(-1, compress)) {
-        writeFailed = !AppendStored(stream, *object);
-      } else {
-        writeFailed = !stream.Append(result.data(), result.size());
-      }
-      return !writeFailed;
-    };
-    if (!n4::RunOrdered(job, threads, threads * kResultsAheadPerWorker)) return writeFailed ? 0 : overran();
-  } else {
-    for (std::size_t i = 0; i < count; ++i) {
-      if (m_fnProgress) m_fnProgress(i, count);
-      CN4RiffChunk* object = m_aObjects[i].get();
-      if (!object) continue;
-      if (object->IsCopyVerbatim(-1, compress)) {
-        if (!AppendStored(stream, *object)) return 0;
-        continue;
-      }
-      const std::size_t room = SavedRoom(*object, compress);
-      std::byte* at = stream.Reserve(room);
-      if (!at) return 0;
-      std::byte* end = CopySaved(*object, at, room, compress);
-      if (!end) return overran();
-      stream.Commit(end);
+  n4::OrderedJob job;
+  job.count = count;
+  job.produce = [&](std::size_t i, std::vector<std::byte>& result) {
+    CN4RiffChunk* object = m_aObjects[i].get();
+    if (!object || object->IsCopyVerbatim(-1, compress)) return true;  // written as stored
+    result.assign(SavedRoom(*object, compress), std::byte{0});
+    std::byte* end = CopySaved(*object, result.data(), result.size(), compress);
+    if (!end) return false;
+    result.resize(static_cast<std::size_t>(end - result.data()));
+    return true;
+  };
+  bool writeFailed = false;
+  job.consume = [&](std::size_t i, std::vector<std::byte>& result) {
+    if (m_fnProgress) m_fnProgress(i, count);
+    CN4RiffChunk* object = m_aObjects[i].get();
+    if (object && result.empty() && object->IsCopyVerbatim(-1, compress)) {
+      writeFailed = !AppendStored(stream, *object);
+    } else {
+      writeFailed = !stream.Append(result.data(), result.size());
     }
-  }
+    return !writeFailed;
+  };
+  if (!n4::RunOrdered(job, threads, threads * kResultsAheadPerWorker)) return writeFailed ? 0 : overran();
   if (m_fnProgress) m_fnProgress(count, count);
   if (!stream.Flush()) return 0;
   *length = stream.Length();

@@ -25,12 +25,6 @@ class SaveStream {
   SaveStream(FileHandle* file, SysError* err, const MappedView* source = nullptr)
       : file_(file), err_(err), source_(source) {}
 
-  // Zeroed room for `bytes` at the end of the stream; null when writing out
-  // a full block failed.
-  // REQUIRES: Commit before the next Reserve or Append.
-  std::byte* Reserve(std::size_t bytes);
-  // The reserved bytes up to `end` belong to the stream.
-  void Commit(const std::byte* end);
   bool Append(const std::byte* data, std::size_t size);
   // As Append, for bytes that stay in place until Flush (a mapped file):
   // records that lie side by side join into one run, copied in one go.
@@ -43,10 +37,6 @@ class SaveStream {
  private:
   static constexpr std::size_t kBlock = 4u << 20;
 
-  // Room for `bytes` more staged bytes.
-  void MakeRoom(std::size_t bytes);
-  // Writes every whole block staged, keeping the rest at the buffer's front.
-  bool WriteWholeBlocks();
   // Stages size bytes at data, or those at offset of the source view when
   // `fromSource`, writing each block as it fills.
   bool StageBytes(const std::byte* data, std::uint64_t offset, std::size_t size, bool fromSource);
@@ -57,12 +47,9 @@ class SaveStream {
   FileHandle* file_;
   SysError* err_;
   const MappedView* source_;
-  std::unique_ptr<std::byte[]> stage_;
-  std::size_t capacity_ = 0;
+  std::unique_ptr<std::byte[]> stage_;  // one block, once something is staged
   std::size_t used_ = 0;
   std::uint64_t written_ = 0;
-  // Where the bytes whose disk writes have not been started begin.
-  std::uint64_t writebackFrom_ = 0;
   // A run of in-place bytes after the staged ones, not yet staged.
   const std::byte* run_ = nullptr;
   std::size_t runSize_ = 0;
